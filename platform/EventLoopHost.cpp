@@ -1,0 +1,45 @@
+#include "platform/EventLoopHost.h"
+
+#include <QAbstractEventDispatcher>
+#include <QTimer>
+
+#include <chrono>
+#include <cstdlib>
+
+namespace
+{
+
+constexpr std::chrono::milliseconds LongestWait{10};
+
+} // namespace
+
+std::int32_t EventLoopHost::GetTickCount()
+{
+    using namespace std::chrono;
+    const auto sinceStart = steady_clock::now().time_since_epoch();
+    return static_cast<std::int32_t>(
+        static_cast<std::uint32_t>(duration_cast<milliseconds>(sinceStart).count()));
+}
+
+void EventLoopHost::DoEvents()
+{
+    // Asked to wait, the dispatcher does so only when nothing is pending; the timer ends the wait.
+    QTimer limit;
+    limit.setTimerType(Qt::PreciseTimer);
+    limit.setSingleShot(true);
+    limit.start(LongestWait);
+    QAbstractEventDispatcher::instance()->processEvents(QEventLoop::AllEvents |
+                                                        QEventLoop::WaitForMoreEvents);
+}
+
+QDateTime EventLoopHost::Now()
+{
+    QDateTime now = QDateTime::currentDateTime();
+    now.setTime(QTime(now.time().hour(), now.time().minute(), now.time().second()));
+    return now;
+}
+
+void EventLoopHost::End()
+{
+    std::_Exit(0);
+}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "platform/ApplicationTitle.h"
+
+#include <QDateTime>
+#include <QString>
+
+#include <cstdint>
+
+enum class MsgBoxIcon { None, Critical };
+
+/// What procedures need of the machine: the one seam between them and the outside world.
+/// The program has one real host; tests have one that records and scripts.
+class Host
+{
+public:
+    virtual ~Host() = default;
+
+    /// The milliseconds since some start, as a signed 32-bit number: it jumps from the largest
+    /// positive value to the most negative one, every 49.7 days.
+    virtual std::int32_t GetTickCount() = 0;
+
+    /// Delivers all pending events and returns. When nothing at all was pending it first gives
+    /// the processor away until the next event, and for 10 ms at the most.
+    virtual void DoEvents() = 0;
+
+    /// Shows `text` in a modal box with one OK button and returns when the user has closed it.
+    /// Events go on being delivered meanwhile.
+    virtual void MsgBox(const QString &text, const QString &title, MsgBoxIcon icon) = 0;
+
+    void MsgBox(const QString &text) { MsgBox(text, ApplicationTitle, MsgBoxIcon::None); }
+
+    /// The local date and time, in whole seconds.
+    virtual QDateTime Now() = 0;
+
+    /// Ends the process at once, with status 0 and without any further handler. Callers must be
+    /// right also when it returns, as the one in tests does.
+    virtual void End() = 0;
+};

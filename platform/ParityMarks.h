@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QByteArray>
+
+/// Decodes the marks that the system puts round bytes received in error (termios PARMRK): FF 00 X
+/// stands for a byte X in error, FF FF for a good byte FF. A mark may be cut anywhere between two
+/// calls; what is begun is kept until its end comes.
+class ParityMarks
+{
+public:
+    /// The bytes that `raw` ends, each one in error replaced by MSComm::ParityReplace.
+    QByteArray decode(const QByteArray &raw);
+
+private:
+    enum class State { Plain, Marked, InError };
+    State m_state = State::Plain;
+};

@@ -1,0 +1,227 @@
+#include "platform/TermiosComm.h"
+
+#include "platform/ApplicationTitle.h"
+#include "platform/Failure.h"
+#include "platform/UserSettings.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+
+#include <array>
+#include <cerrno>
+#include <utility>
+
+namespace
+{
+
+/// The major device numbers of pseudo-terminals, from the kernel's list of devices.
+constexpr unsigned FirstPseudoTerminalMajor = 136;
+constexpr unsigned LastPseudoTerminalMajor = 143;
+
+/// What is read from the line in one go: as much as the kernel keeps of it. A line that chatters
+/// without a pause can hold nobody up.
+constexpr std::size_t ReadSize = 4096;
+
+void check(int result)
+{
+    if (result != 0)
+        throw Failure::ofSystem(errno);
+}
+
+bool isPseudoTerminal(int device)
+{
+    struct stat status = {};
+    check(::fstat(device, &status));
+    const unsigned number = major(status.st_rdev);
+    return number >= FirstPseudoTerminalMajor && number <= LastPseudoTerminalMajor;
+}
+
+/// Raw bytes at the wanted settings. Marks are asked for together with the parity check only:
+/// a line that is not checked is not marked either, and its bytes FF come single.
+void configure(int device, const LineSettings &wanted, bool pseudoTerminal)
+{
+    termios line = {};
+    check(::tcgetattr(device, &line));
+    ::cfmakeraw(&line);
+    line.c_iflag |= IGNBRK;
+    if (wanted.checksParity)
+        line.c_iflag |= INPCK | PARMRK;
+    line.c_cflag &= ~(LineControlMask | CRTSCTS);
+    line.c_cflag |= wanted.controlBits | CLOCAL | CREAD | HUPCL;
+    line.c_cc[VMIN] = 1; // so that a read of 0 bytes means a hang-up and nothing else
+    line.c_cc[VTIME] = 0;
+    check(::cfsetispeed(&line, wanted.rate));
+    check(::cfsetospeed(&line, wanted.rate));
+    check(::tcsetattr(device, TCSANOW, &line));
+
+    // The call succeeds when any of the changes could be made. A pseudo-terminal has no line
+    // that the rest would matter on.
+    termios actual = {};
+    check(::tcgetattr(device, &actual));
+    if (!pseudoTerminal && (::cfgetospeed(&actual) != wanted.rate ||
+                            (actual.c_cflag & LineControlMask) != wanted.controlBits))
+        throw Failure::ofSystem(EINVAL);
+}
+
+FileDescriptor openDevice(const QString &path, const LineSettings &settings)
+{
+    FileDescriptor device(
+        ::open(QFile::encodeName(path).constData(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
+    if (!device)
+        throw Failure::ofSystem(errno);
+    if (!::isatty(device.get()))
+        throw Failure::ofSystem(ENOTTY);
+    check(::flock(device.get(), LOCK_EX | LOCK_NB));
+
+    // On a pseudo-terminal the exclusive mode would outlive the program.
+    const bool pseudoTerminal = isPseudoTerminal(device.get());
+    if (!pseudoTerminal)
+        check(::ioctl(device.get(), TIOCEXCL));
+    configure(device.get(), settings, pseudoTerminal);
+
+    // Readers may be powered from these lines; a line without them says no, and needs none.
+    const int lines = TIOCM_DTR | TIOCM_RTS;
+    ::ioctl(device.get(), TIOCMBIS, &lines);
+    check(::tcflush(device.get(), TCIOFLUSH));
+    return device;
+}
+
+} // namespace
+
+QString serialDevice(std::int16_t port)
+{
+    const QString link = QStringLiteral("COM%1").arg(port);
+    for (const QString &candidate :
+         {settingsFolder(ApplicationTitle) + u'/' + link, QStringLiteral("/dev/") + link}) {
+        const QFileInfo file(candidate);
+        if (file.exists() || file.isSymLink())
+            return candidate;
+    }
+    return QStringLiteral("/dev/ttyS%1").arg(port - 1);
+}
+
+void TermiosComm::DeleteLater::operator()(QSocketNotifier *notifier) const
+{
+    notifier->setEnabled(false);
+    notifier->disconnect();
+    notifier->deleteLater();
+}
+
+TermiosComm::TermiosComm(std::function<QString(std::int16_t)> deviceOf)
+    : m_deviceOf(std::move(deviceOf))
+{
+}
+
+void TermiosComm::CommPort(std::int16_t port)
+{
+    m_port = port;
+}
+
+void TermiosComm::Settings(const QString &settings)
+{
+    m_settings = parseLineSettings(settings);
+}
+
+bool TermiosComm::PortOpen() const
+{
+    return m_portOpen;
+}
+
+void TermiosComm::PortOpen(bool wanted)
+{
+    if (wanted == m_portOpen)
+        return;
+    if (wanted)
+        open();
+    else
+        close();
+}
+
+std::int16_t TermiosComm::InBufferCount()
+{
+    receive();
+    return static_cast<std::int16_t>(m_received.size());
+}
+
+QByteArray TermiosComm::Input()
+{
+    receive();
+    return std::exchange(m_received, {});
+}
+
+void TermiosComm::Output(const QByteArray &bytes)
+{
+    if (!m_portOpen)
+        throw Failure(ENOTCONN, QStringLiteral("The serial port is not open."));
+    if (!m_device)
+        throw Failure::ofSystem(EIO);
+    m_unsent += bytes;
+    send();
+    if (!m_device)
+        throw Failure::ofSystem(EIO);
+}
+
+void TermiosComm::open()
+{
+    m_device = openDevice(m_deviceOf(m_port), m_settings);
+    m_portOpen = true;
+    m_marks = m_settings.checksParity ? std::make_optional<ParityMarks>() : std::nullopt;
+    m_readable.reset(new QSocketNotifier(m_device.get(), QSocketNotifier::Read));
+    m_writable.reset(new QSocketNotifier(m_device.get(), QSocketNotifier::Write));
+    m_writable->setEnabled(false);
+    QObject::connect(m_readable.get(), &QSocketNotifier::activated, [this] { receive(); });
+    QObject::connect(m_writable.get(), &QSocketNotifier::activated, [this] { send(); });
+}
+
+void TermiosComm::close()
+{
+    if (m_device)
+        ::tcflush(m_device.get(), TCOFLUSH); // or the system waits for a line that stands still
+    giveBackDevice();
+    m_portOpen = false;
+    m_received.clear();
+}
+
+void TermiosComm::giveBackDevice()
+{
+    m_readable.reset();
+    m_writable.reset();
+    m_unsent.clear();
+    m_device.reset();
+}
+
+void TermiosComm::receive()
+{
+    if (!m_device)
+        return;
+    std::array<char, ReadSize> bytes;
+    const ssize_t count = ::read(m_device.get(), bytes.data(), bytes.size());
+    if (count > 0) {
+        const QByteArray raw(bytes.data(), count);
+        m_received += m_marks ? m_marks->decode(raw) : raw;
+        m_received.truncate(InBufferSize);
+    } else if (count == 0 || (errno != EAGAIN && errno != EINTR)) {
+        giveBackDevice();
+    }
+}
+
+void TermiosComm::send()
+{
+    while (m_device && !m_unsent.isEmpty()) {
+        const ssize_t count = ::write(m_device.get(), m_unsent.constData(), m_unsent.size());
+        if (count > 0)
+            m_unsent.remove(0, count);
+        else if (count == 0 || errno == EAGAIN)
+            break;
+        else if (errno != EINTR)
+            giveBackDevice();
+    }
+    if (m_writable)
+        m_writable->setEnabled(!m_unsent.isEmpty());
+}

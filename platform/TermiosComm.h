@@ -1,0 +1,62 @@
+#pragma once
+
+#include "platform/FileDescriptor.h"
+#include "platform/LineSettings.h"
+#include "platform/MSComm.h"
+#include "platform/ParityMarks.h"
+
+#include <QSocketNotifier>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+/// The device of port `port`, counted from 1: the first that exists of the link COMn in the
+/// user's settings folder, the link /dev/COMn, and /dev/ttyS(n-1). A link that points nowhere
+/// exists too.
+QString serialDevice(std::int16_t port);
+
+/// The control on a terminal line of the system. It needs an event loop in its thread: waiting
+/// input wakes the loop, and waiting output goes out through it.
+///
+/// Opening is exclusive, raw, without handshaking, with DTR and RTS raised, and throws away what
+/// waited on the line from before. A device that goes away is given back to the system, and the
+/// port stays open in name: nothing arrives any more and Output fails.
+class TermiosComm : public MSComm
+{
+public:
+    /// `deviceOf`: finds the device of a port number.
+    explicit TermiosComm(std::function<QString(std::int16_t)> deviceOf = serialDevice);
+
+    void CommPort(std::int16_t port) override;
+    void Settings(const QString &settings) override;
+    bool PortOpen() const override;
+    void PortOpen(bool open) override;
+    std::int16_t InBufferCount() override;
+    QByteArray Input() override;
+    void Output(const QByteArray &bytes) override;
+
+private:
+    void open();
+    void close();
+    void giveBackDevice();
+    void receive();
+    void send();
+
+    /// A notifier may be dropped while it is delivering: it is deleted when it is done.
+    struct DeleteLater {
+        void operator()(QSocketNotifier *notifier) const;
+    };
+    using Notifier = std::unique_ptr<QSocketNotifier, DeleteLater>;
+
+    std::function<QString(std::int16_t)> m_deviceOf;
+    std::int16_t m_port = 1;
+    LineSettings m_settings = {B9600, CS8, false};
+    bool m_portOpen = false;
+    FileDescriptor m_device; ///< not held while the port is closed or open only in name
+    Notifier m_readable;
+    Notifier m_writable;
+    std::optional<ParityMarks> m_marks; ///< while the open line checks parity
+    QByteArray m_received;
+    QByteArray m_unsent;
+};

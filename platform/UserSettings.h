@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QString>
+
+/// The per-user store of named texts: an ini file in the user's configuration folder,
+/// `$XDG_CONFIG_HOME/<application>/<application>.conf`, one section a group.
+
+/// The folder that holds the store of `application`, whether or not it exists.
+QString settingsFolder(const QString &application);
+
+/// The stored text, as the file holds it at this moment, or `fallback` when the key does not
+/// exist. A key that exists with empty text gives the empty text. A file that cannot be read or
+/// is no ini file counts as one without the key. Creates nothing.
+QString GetSetting(const QString &application, const QString &section, const QString &key,
+                   const QString &fallback);
+
+/// Stores `text`, creating folder, file, section and key as needed. The file is replaced in one
+/// step: failure 75 (no right to write, no room) leaves it as it was, and what GetSetting reads.
+void SaveSetting(const QString &application, const QString &section, const QString &key,
+                 const QString &text);
