@@ -1,0 +1,17 @@
+#pragma once
+
+#include "platform/TermiosComm.h"
+
+/// Carries the one serial control of the process, so that all drivers in it share one link. It
+/// is made by the first driver that asks for it and stays until the process ends; nothing of it
+/// is ever shown.
+class frmCMRW
+{
+public:
+    static frmCMRW &form();
+
+    TermiosComm MSComm1;
+
+private:
+    frmCMRW() = default;
+};
