@@ -1,0 +1,31 @@
+#pragma once
+
+#include "platform/Connection.h"
+#include "platform/Recordset.h"
+
+/// The time database: one connection, and four named commands with a recordset each. The first
+/// command call opens the connection; nothing ever closes it. A command fills its recordset and
+/// leaves it open on its first row until somebody closes it. Failures go to the caller.
+///
+/// The tables, with the columns that the system uses:
+///
+///     RawData         ID, RecordCount, DateTime, DownloadResult            a batch of punches
+///     RawDataDetails  ID, PersonalID, EventStatus, DateTime, Shift, MachineNo      a punch
+///     Employee        PersonalID, Name                                      read only
+class DataEnvironment
+{
+public:
+    Connection conOV;
+    Recordset rsRawData{conOV};
+    Recordset rsRawDataDetails{conOV};
+    Recordset rsMaxRawDataID{conOV};
+    Recordset rsEmployeeNameWithEmpID{conOV};
+
+    void RawData();
+    void RawDataDetails();
+    void MaxRawDataID();
+    void EmployeeNameWithEmpID(const QString &EmpID);
+};
+
+/// The data environment of the process, made at its first use and never released.
+DataEnvironment &de();

@@ -1,0 +1,21 @@
+#include "store/GetEmployeeName.h"
+
+#include "platform/Conversions.h"
+#include "platform/Failure.h"
+
+void GetEmployeeName(Host &host, DataEnvironment &environment, const QString &i_sBadgeNumber,
+                     QString &o_sEmployeeName)
+{
+    try {
+        Recordset &names = environment.rsEmployeeNameWithEmpID;
+        if (names.State() == adStateOpen)
+            names.Close();
+        environment.EmployeeNameWithEmpID(i_sBadgeNumber);
+        if (names.RecordCount() > 0)
+            o_sEmployeeName = toText(names.Fields(QStringLiteral("Name")));
+        else
+            o_sEmployeeName = QStringLiteral("Unknown");
+    } catch (const Failure &failure) {
+        host.MsgBox(failure.description, QString::number(failure.number), MsgBoxIcon::None);
+    }
+}

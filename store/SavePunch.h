@@ -1,0 +1,23 @@
+#pragma once
+
+#include "platform/Host.h"
+#include "store/DataEnvironment.h"
+
+#include <QDateTime>
+#include <QString>
+
+#include <cstdint>
+
+/// Stores one punch: brings the batch row in RawData up to date, then adds the punch's row to
+/// RawDataDetails under the batch's ID. The batch is the first row marked "MSR"; when there is
+/// none it is made, under the highest ID plus 1, or under 0 in an empty table.
+///
+/// `i_sBadgeNumber`: of any length, stored with its first 50 characters. `i_dtPunchTime`: the
+/// moment of the punch, local time. `i_iEventStatus`: 1 for "Clock In", 0 for "Clock Out".
+///
+/// Always returns normally. A failure stops it where it is and shows a message box with the
+/// description as text and the number as title. Before the batch row's Update nothing has been
+/// written; after it the batch counts a punch that has no row. A batch number that does not fit
+/// 16 bits is such a failure, with nothing written.
+void SavePunch(Host &host, DataEnvironment &environment, const QString &i_sBadgeNumber,
+               const QDateTime &i_dtPunchTime, std::int16_t i_iEventStatus);
