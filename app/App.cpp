@@ -1,0 +1,53 @@
+#include "app/App.h"
+
+#include "platform/ApplicationTitle.h"
+#include "platform/UserSettings.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+
+#include <fcntl.h>
+#include <sys/file.h>
+
+#include <cerrno>
+
+namespace App
+{
+
+QString Title()
+{
+    return ApplicationTitle;
+}
+
+QString Path()
+{
+    return QCoreApplication::applicationDirPath();
+}
+
+InstanceLock::InstanceLock()
+{
+    const QString runTimeFolder = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    const QString ownFolder = settingsFolder(ApplicationTitle);
+    QDir().mkpath(ownFolder);
+
+    for (const QString &folder : {runTimeFolder, ownFolder}) {
+        if (folder.isEmpty())
+            continue;
+        const QString path = folder + QStringLiteral("/Tavrel.lock");
+        FileDescriptor file(
+            ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+        if (!file)
+            continue;
+        if (::flock(file.get(), LOCK_EX | LOCK_NB) == 0) {
+            m_file = std::move(file);
+            return;
+        }
+        if (errno == EWOULDBLOCK) {
+            m_prevInstance = true;
+            return;
+        }
+    }
+}
+
+} // namespace App

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "app/Version.h"
+#include "platform/FileDescriptor.h"
+
+#include <QString>
+
+/// The program as the system knows it.
+namespace App
+{
+
+inline constexpr int Major = Version::Major;
+inline constexpr int Minor = Version::Minor;
+inline constexpr int Revision = Version::Revision;
+
+QString Title();
+
+/// The folder of the program's executable; it ends in a separator only in a drive root. Needs the
+/// toolkit's application object.
+QString Path();
+
+/// The user's claim to be running the program, which one process at a time has. The system takes
+/// it back when the process ends, however it ends.
+class InstanceLock
+{
+public:
+    /// Claims. Nothing of the toolkit need exist yet.
+    InstanceLock();
+
+    /// Whether another instance of this user was running already. Where no folder can hold the
+    /// claim there is none.
+    bool PrevInstance() const { return m_prevInstance; }
+
+private:
+    FileDescriptor m_file;
+    bool m_prevInstance = false;
+};
+
+} // namespace App

@@ -1,0 +1,59 @@
+#include "app/frmMain.h"
+
+#include "app/App.h"
+#include "clock/clock16.xpm"
+#include "clock/clock32.xpm"
+
+#include <QIcon>
+
+namespace
+{
+
+constexpr std::int16_t ExitButton = 1;
+
+} // namespace
+
+frmMain::frmMain(Host &host, DataEnvironment &environment)
+    : Form(QStringLiteral("frmMain"), App::Title(), ClockFace::ClientWidth, ClockFace::ClientHeight,
+           Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint | Qt::WindowCloseButtonHint),
+      face(*this), m_host(host), m_connection(host),
+      m_swipeHandling(host, face, m_connection, environment, m_punchInformation),
+      m_tick(host, face, m_swipeHandling)
+{
+    QIcon icon(QPixmap{clock32_xpm});
+    icon.addPixmap(QPixmap{clock16_xpm});
+    setWindowIcon(icon);
+
+    for (const std::int16_t index : {std::int16_t{0}, ExitButton})
+        connect(face.cmdCtrl(index), &QPushButton::clicked, this,
+                [this, index] { cmdCtrl_Click(index); });
+    onUnload([this] { Form_Unload(); });
+}
+
+void frmMain::Show()
+{
+    Form_Load();
+    centreOnScreen(*this);
+    show();
+}
+
+void frmMain::Form_Load()
+{
+    setWindowTitle(
+        QStringLiteral("Tavrel v%1.%2R%3").arg(App::Major).arg(App::Minor).arg(App::Revision));
+    m_connection.ConnectReader();
+}
+
+void frmMain::Form_Unload()
+{
+    m_punchInformation.Unload();
+    m_host.End();
+}
+
+void frmMain::cmdCtrl_Click(std::int16_t Index)
+{
+    if (Index == ExitButton) {
+        m_punchInformation.Unload();
+        m_host.End();
+    }
+}

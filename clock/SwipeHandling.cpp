@@ -1,0 +1,65 @@
+#include "clock/SwipeHandling.h"
+
+#include "app/Settings.h"
+#include "platform/Conversions.h"
+#include "platform/Failure.h"
+#include "platform/RegionalFormat.h"
+#include "store/GetEmployeeName.h"
+#include "store/SavePunch.h"
+
+#include <array>
+
+namespace
+{
+
+/// How long a poll waits for a card, in milliseconds.
+constexpr std::int16_t ReadTimeout = 200;
+
+} // namespace
+
+SwipeHandling::SwipeHandling(Host &host, ClockFace &face, ReaderConnection &connection,
+                             DataEnvironment &environment,
+                             OnDemand<frmPunchInformation> &punchInformation)
+    : m_host(host), m_face(face), m_connection(connection), m_environment(environment),
+      m_punchInformation(punchInformation)
+{
+}
+
+void SwipeHandling::PollCard()
+{
+    try {
+        const std::int16_t track = lenientNumber(Settings::read(Settings::Track));
+
+        std::array<QString, 3> tracks;
+        const std::int32_t result =
+            m_connection.m_Reader().ReadTracks(ReadTimeout, tracks[0], tracks[1], tracks[2]);
+        if (result != CMRW::Success)
+            return;
+
+        if (track < 0 || static_cast<std::size_t>(track) >= tracks.size())
+            throw Failure(Failure::SubscriptOutOfRange);
+        punch(tracks[static_cast<std::size_t>(track)]);
+    } catch (const Failure &failure) {
+        m_host.MsgBox(failure.description);
+    }
+}
+
+void SwipeHandling::punch(const QString &badgeNumber)
+{
+    constexpr std::int16_t ClockInStatus = 1;
+    constexpr std::int16_t ClockOutStatus = 0;
+
+    QString employeeName;
+    GetEmployeeName(m_host, m_environment, badgeNumber, employeeName);
+
+    m_punchInformation->txtEmployee->Text(employeeName);
+    m_punchInformation->txtBadgeNumber->Text(badgeNumber);
+    m_punchInformation->txtDateTime->Text(formatDateTime(m_host.Now()));
+    const bool clockIn = m_face.optEvent(0)->Value();
+    m_punchInformation->txtPunchType->Text(clockIn ? QStringLiteral("Clock In")
+                                                   : QStringLiteral("Clock Out"));
+    m_punchInformation->Show();
+
+    SavePunch(m_host, m_environment, badgeNumber, m_host.Now(),
+              clockIn ? ClockInStatus : ClockOutStatus);
+}

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "clock/ClockFace.h"
+#include "clock/ReaderConnection.h"
+#include "dialogs/frmPunchInformation.h"
+#include "platform/Form.h"
+#include "platform/Host.h"
+#include "store/DataEnvironment.h"
+
+/// The one place where a swipe becomes a punch.
+class SwipeHandling
+{
+public:
+    SwipeHandling(Host &host, ClockFace &face, ReaderConnection &connection,
+                  DataEnvironment &environment, OnDemand<frmPunchInformation> &punchInformation);
+
+    /// Looks at the reader once. When a card came it finds the name, shows the punch in the
+    /// Punch Information window and stores it, in this order; the person sees the punch before
+    /// it is stored. No card, a closed port and a failed read do nothing. A failure shows a
+    /// message box with its description.
+    ///
+    /// It cannot tell a read that did not run, because another one is running, from a swipe: it
+    /// must not be called from inside itself.
+    void PollCard();
+
+private:
+    void punch(const QString &badgeNumber);
+
+    Host &m_host;
+    ClockFace &m_face;
+    ReaderConnection &m_connection;
+    DataEnvironment &m_environment;
+    OnDemand<frmPunchInformation> &m_punchInformation;
+};

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "clock/ClockFace.h"
+#include "clock/SwipeHandling.h"
+#include "platform/Host.h"
+
+#include <QTimer>
+
+/// The program's heartbeat: every 100 ms at the most often it brings the clock face up to date
+/// and then polls the reader.
+///
+/// A poll delivers events while it waits, so ticks fall due inside it. They do everything but the
+/// poll: the clock goes on under a reader wait, a dialog or a message box, and no poll ever
+/// starts inside another.
+class Tick
+{
+public:
+    /// The timer runs from now on; the first tick comes with the event loop.
+    Tick(Host &host, ClockFace &face, SwipeHandling &swipeHandling);
+
+private:
+    void Timer1_Timer();
+    void showTime();
+    void pollOnce();
+
+    Host &m_host;
+    ClockFace &m_face;
+    SwipeHandling &m_swipeHandling;
+    QTimer Timer1;
+    bool m_polling = false;
+};

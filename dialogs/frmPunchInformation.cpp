@@ -1,0 +1,112 @@
+#include "dialogs/frmPunchInformation.h"
+
+#include "dialogs/punch32.xpm"
+
+#include <QIcon>
+#include <QPainter>
+#include <QPushButton>
+
+#include <array>
+
+namespace
+{
+
+constexpr int ClientWidth = 3855;
+constexpr int ClientHeight = 2145;
+
+/// One row of the window, from top to bottom: a label and the text box that it names.
+struct Line {
+    const char *labelName;
+    const char *caption;
+    Placement labelPlacement;
+    const char *boxName;
+    Placement boxPlacement;
+    TextBox *frmPunchInformation::*box;
+};
+
+constexpr std::array Lines{
+    Line{"Label1",
+         "Employee:",
+         {120, 120, 1335, 255},
+         "txtEmployee",
+         {1560, 120, 2175, 285},
+         &frmPunchInformation::txtEmployee},
+    Line{"Label2",
+         "Badge Number:",
+         {120, 480, 1215, 255},
+         "txtBadgeNumber",
+         {1560, 480, 2175, 285},
+         &frmPunchInformation::txtBadgeNumber},
+    Line{"Label3",
+         "Punch Type:",
+         {120, 840, 1215, 255},
+         "txtPunchType",
+         {1560, 840, 2175, 285},
+         &frmPunchInformation::txtPunchType},
+    Line{"Label4",
+         "Date/Time:",
+         {120, 1200, 1215, 255},
+         "txtDateTime",
+         {1560, 1200, 2175, 285},
+         &frmPunchInformation::txtDateTime},
+};
+
+constexpr Placement CloseButton{2760, 1680, 975, 375};
+
+/// Both lines of the separator lie here.
+constexpr int SeparatorLeft = 120;
+constexpr int SeparatorRight = 3720;
+constexpr int SeparatorTop = 1560;
+
+} // namespace
+
+frmPunchInformation::frmPunchInformation()
+    : Form(QStringLiteral("frmPunchInformation"), QStringLiteral("Punch Information"), ClientWidth,
+           ClientHeight, Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint)
+{
+    setWindowIcon(QPixmap(punch32_xpm));
+    setFont(windowFont(WindowFontPoints));
+
+    // The boxes stand on the window's grey, set apart by their sunken frames alone.
+    QPalette onWindow = palette();
+    onWindow.setBrush(QPalette::Base, palette().brush(QPalette::Window));
+
+    for (const Line &line : Lines) {
+        auto *label = new Label(QString::fromLatin1(line.caption), this);
+        label->setObjectName(QString::fromLatin1(line.labelName));
+        place(*label, line.labelPlacement);
+
+        auto *box = new TextBox(this);
+        box->setObjectName(QString::fromLatin1(line.boxName));
+        box->setPalette(onWindow);
+        place(*box, line.boxPlacement);
+        this->*line.box = box;
+    }
+
+    auto *cmdCtrl = new QPushButton(QStringLiteral("&Close"), this);
+    cmdCtrl->setObjectName(QStringLiteral("cmdCtrl"));
+    place(*cmdCtrl, CloseButton);
+    connect(cmdCtrl, &QPushButton::clicked, this, &QWidget::close);
+    cancelButton(cmdCtrl);
+}
+
+void frmPunchInformation::Show()
+{
+    setWindowState(windowState() & ~Qt::WindowMinimized);
+    show();
+    raise();
+    activateWindow();
+}
+
+void frmPunchInformation::paintEvent(QPaintEvent *event)
+{
+    Form::paintEvent(event);
+    constexpr int Left = pixels(SeparatorLeft);
+    constexpr int Width = pixels(SeparatorRight) - Left;
+    constexpr int Top = pixels(SeparatorTop);
+
+    // A dark line two pixels wide under a light one of one pixel: an etched rule.
+    QPainter painter(this);
+    painter.fillRect(Left, Top - 1, Width, 2, palette().color(QPalette::Dark));
+    painter.fillRect(Left, Top, Width, 1, palette().color(QPalette::Light));
+}

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "platform/Controls.h"
+#include "platform/Form.h"
+
+/// Tells the person at the clock what was just punched. Display and nothing else: the swipe
+/// handling fills it, shows it and stores the punch, whether or not it is closed afterwards.
+class frmPunchInformation : public Form
+{
+public:
+    frmPunchInformation();
+
+    /// Shows the window without waiting for the person; when it is on the screen already it is
+    /// restored and raised.
+    void Show();
+
+    TextBox *txtEmployee;
+    TextBox *txtBadgeNumber;
+    TextBox *txtPunchType;
+    TextBox *txtDateTime;
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+};
