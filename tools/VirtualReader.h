@@ -1,0 +1,38 @@
+#pragma once
+
+#include "platform/FileDescriptor.h"
+
+#include <QByteArray>
+#include <QString>
+
+/// A card reader without hardware: the far end of a pseudo-terminal, whose near end a clock opens
+/// as its serial port. When the object goes, the near end hangs up, as a pulled-out reader does.
+class VirtualReader
+{
+public:
+    /// Failure with `errno` when no pseudo-terminal is to be had.
+    VirtualReader();
+    ~VirtualReader();
+    VirtualReader(const VirtualReader &) = delete;
+    VirtualReader &operator=(const VirtualReader &) = delete;
+
+    /// The device that the clock opens.
+    QString device() const { return m_device; }
+
+    /// Makes `path` a link to the device, in place of an earlier link but never of anything else;
+    /// the link goes with the object. Failure 75 when it cannot be made.
+    void linkAt(const QString &path);
+
+    /// Sends bytes to the clock, as they are.
+    void send(const QByteArray &bytes);
+
+private:
+    FileDescriptor m_reader;
+    FileDescriptor m_clockSide; ///< kept open, so that the line lives while no clock has it
+    QString m_device;
+    QString m_link;
+};
+
+/// The frame of a swipe. A line beginning with "%", ";" or "+" spells its tracks, in this order,
+/// with or without end sentinels; any other line is a badge number on track 2.
+QByteArray swipeFrame(const QString &line);
