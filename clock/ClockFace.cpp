@@ -136,6 +136,7 @@ void ClockFace::addOptions(QWidget &window)
     Frame1->setPalette(border);
     Frame1->setFrameStyle(static_cast<int>(QFrame::Box) | static_cast<int>(QFrame::Sunken));
     place(*Frame1, FramePlacement);
+    Frame1->stackUnder(pic(5));
 
     for (const Caption &caption : OptionCaptions) {
         auto *option = new OptionButton(QString::fromLatin1(caption.text), Frame1);

@@ -38,17 +38,19 @@ void Recordset::Open(const Command &command, const std::vector<QVariant> &parame
     Close();
     const QString text = QString::fromLatin1(command.CommandText);
     if (command.CommandType == adCmdTable) {
-        m_columns = columnNames(Statement(m_connection, QStringLiteral("SELECT * FROM ") + text));
         Statement highest(m_connection, QStringLiteral("SELECT max(rowid) FROM ") + text);
         highest.step();
         if (const QVariant number = highest.value(0); !number.isNull())
             m_lastNumber = number.toLongLong();
+        // Only a statement that has been stepped has seen what others changed in the table's
+        // columns. This one is prepared behind it, and need not be stepped.
+        m_columns = columnNames(Statement(m_connection, QStringLiteral("SELECT * FROM ") + text));
         m_table = text;
     } else {
         Statement query(m_connection, text, parameters);
-        m_columns = columnNames(query);
         while (query.step())
             m_queried.push_back({0, rowValues(query, 0)});
+        m_columns = columnNames(query);
     }
     m_lockType = command.LockType;
     m_position = Position::First;
@@ -178,10 +180,13 @@ std::optional<Recordset::Row> Recordset::firstRow(const QString &condition, qlon
 {
     if (!m_lastNumber)
         return {};
+    QStringList names; // not "*": the table may have got other columns since the call
+    for (const QString &column : m_columns)
+        names += quoted(column);
     Statement query(m_connection,
-                    QStringLiteral("SELECT rowid, * FROM %1 WHERE rowid BETWEEN ?1 AND ?2 "
-                                   "AND (%2) ORDER BY rowid LIMIT 1")
-                        .arg(m_table, condition),
+                    QStringLiteral("SELECT rowid, %1 FROM %2 WHERE rowid BETWEEN ?1 AND ?2 "
+                                   "AND (%3) ORDER BY rowid LIMIT 1")
+                        .arg(names.join(u','), m_table, condition),
                     {from, *m_lastNumber});
     if (!query.step())
         return {};

@@ -27,6 +27,8 @@ class TermiosComm : public MSComm
 public:
     /// `deviceOf`: finds the device of a port number.
     explicit TermiosComm(std::function<QString(std::int16_t)> deviceOf = serialDevice);
+    TermiosComm(const TermiosComm &) = delete;
+    TermiosComm &operator=(const TermiosComm &) = delete;
 
     void CommPort(std::int16_t port) override;
     void Settings(const QString &settings) override;

@@ -8,6 +8,7 @@
 #include <QRegularExpression>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <termios.h>
 
 #include <algorithm>
@@ -66,6 +67,21 @@ void VirtualReader::send(const QByteArray &bytes)
             ::write(m_reader.get(), bytes.constData() + sent, bytes.size() - sent);
         require(count >= 0 || errno == EINTR);
         sent += std::max<ssize_t>(count, 0);
+    }
+}
+
+QByteArray VirtualReader::receive(qsizetype atLeast)
+{
+    QByteArray received;
+    std::array<char, 4096> bytes;
+    for (;;) {
+        pollfd line{m_reader.get(), POLLIN, 0};
+        const int wait = received.size() < atLeast ? -1 : 0;
+        if (::poll(&line, 1, wait) <= 0)
+            return received;
+        const ssize_t count = ::read(m_reader.get(), bytes.data(), bytes.size());
+        require(count >= 0);
+        received.append(bytes.data(), count);
     }
 }
 

@@ -26,6 +26,9 @@ public:
     /// Sends bytes to the clock, as they are.
     void send(const QByteArray &bytes);
 
+    /// What the clock has sent: waits until there are `atLeast` bytes, and takes all there are.
+    QByteArray receive(qsizetype atLeast = 0);
+
 private:
     FileDescriptor m_reader;
     FileDescriptor m_clockSide; ///< kept open, so that the line lives while no clock has it

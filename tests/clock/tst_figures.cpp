@@ -1,0 +1,172 @@
+#include "clock/Figures.h"
+
+#include <QtTest>
+
+#include <algorithm>
+
+namespace
+{
+
+constexpr int Half = 8, Full = 16;
+
+/// How many sixteenths of a pixel are lit, told by its colour; -1 for a colour that is no shade.
+int sixteenths(QRgb colour)
+{
+    static const QRgb Shades[] = {0xff000000, 0xff041000, 0xff082000, 0xff0c3000, 0xff114000,
+                                  0xff155000, 0xff196000, 0xff1d7000, 0xff217f00, 0xff258f00,
+                                  0xff299f00, 0xff2daf00, 0xff31bf00, 0xff36cf00, 0xff3adf00,
+                                  0xff3eef00, 0xff42ff00};
+    const auto *found = std::find(std::begin(Shades), std::end(Shades), colour);
+    return found == std::end(Shades) ? -1 : static_cast<int>(found - Shades);
+}
+
+int lit(const QImage &image, int x, int y)
+{
+    return sixteenths(image.pixel(x, y));
+}
+
+/// The greatest number of sixteenths in a part of the image.
+int brightest(const QImage &image, const QRect &part)
+{
+    int most = 0;
+    for (int y = part.top(); y <= part.bottom(); ++y)
+        for (int x = part.left(); x <= part.right(); ++x)
+            most = std::max(most, lit(image, x, y));
+    return most;
+}
+
+/// By digit, "row: columns" of the pixels that are at least half lit, all others of the row less.
+const char *const Digits[] = {
+    "1: 10-46; 4: 5-51; 8: 3-53; 12: 2-54; 16: 1-55; 21: 1-55; 22: 1-17 39-55; 65: 1-17 39-55; "
+    "66: 1-55; 76: 2-54; 80: 4-52; 84: 7-49; 86: 12-44",
+    "1: 28-39; 9: 20-39; 18: 11-39; 19: 11-39; 30: 11-39; 31: 21-39; 60: 21-39; 86: 21-39",
+    "2: 5-51; 5: 5-53; 10: 5-55; 22: 5-55; 23: 39-55; 27: 39-55; 28: 38-55; 30: 34-55; 34: 25-55; "
+    "38: 17-54; 42: 9-51; 46: 5-43; 50: 3-35; 54: 1-27; 58: 1-19; 59: 1-18; 63: 1-18; 64: 1-55; "
+    "86: 1-55",
+    "2: 1-49; 5: 1-53; 10: 1-55; 21: 1-55; 22: 39-55; 34: 39-55; 35: 8-54; 38: 8-53; 41: 8-50; "
+    "43: 8-48; 46: 8-51; 50: 8-54; 52: 39-55; 64: 39-55; 65: 1-55; 77: 1-55; 80: 1-54; 83: 1-51; "
+    "86: 1-44",
+    "1: 35-50; 8: 29-50; 16: 22-50; 24: 15-50; 29: 11-50; 30: 10-31 33-50; 34: 6-28 33-50; "
+    "38: 3-24 33-50; 42: 1-21 33-50; 46: 1-17 33-50; 48: 1-16 33-50; 49: 1-55; 66: 1-55; "
+    "67: 33-50; 86: 33-50",
+    "0: 1-53; 21: 1-53; 22: 1-18; 34: 1-18; 35: 1-45; 36: 1-49; 38: 1-52; 40: 1-54; 44: 1-55; "
+    "50: 1-55; 51: 39-55; 64: 39-55; 65: 1-55; 76: 1-55; 80: 1-53; 83: 1-51; 86: 1-45",
+    "1: 9-53; 4: 4-53; 8: 2-53; 12: 1-53; 21: 1-53; 22: 1-16; 35: 1-16; 36: 1-45; 38: 1-51; "
+    "40: 1-53; 44: 1-55; 49: 1-55; 50: 1-16 40-55; 64: 1-16 40-55; 65: 1-55; 76: 1-54; 80: 3-53; "
+    "84: 6-49; 86: 12-44",
+    "0: 1-55; 21: 1-55; 22: 37-55; 30: 34-53; 40: 30-49; 50: 26-46; 60: 22-42; 70: 18-38; "
+    "80: 14-35; 86: 12-32",
+    "1: 8-47; 4: 4-52; 8: 1-54; 12: 1-55; 21: 1-55; 22: 1-16 39-55; 36: 1-16 39-55; 37: 2-54; "
+    "40: 4-52; 42: 6-49; 43: 8-48; 44: 7-49; 46: 4-51; 50: 1-16 39-55; 64: 1-16 39-55; 65: 1-55; "
+    "76: 1-55; 80: 2-53; 84: 6-50; 86: 11-44",
+    "1: 9-46; 4: 5-52; 8: 2-54; 12: 1-55; 21: 1-55; 22: 1-16 40-55; 36: 1-16 40-55; 37: 1-55; "
+    "42: 1-55; 46: 3-55; 49: 8-55; 50: 39-55; 64: 39-55; 65: 3-55; 76: 3-55; 80: 3-53; 83: 3-51; "
+    "86: 3-45",
+};
+
+} // namespace
+
+class tst_Figures : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void anyFigure_data();
+    void anyFigure();
+    void edges_data();
+    void edges();
+    void extent_data();
+    void extent();
+    void colon();
+};
+
+void tst_Figures::anyFigure_data()
+{
+    QTest::addColumn<int>("figure");
+    for (int figure = 0; figure <= ColonFigure; ++figure)
+        QTest::addRow("%d", figure) << figure;
+}
+
+void tst_Figures::anyFigure()
+{
+    QFETCH(const int, figure);
+    const QImage image = drawFigure(figure);
+    QCOMPARE(image.size(), QSize(57, 87));
+    QCOMPARE(image.format(), QImage::Format_RGB32);
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            QVERIFY2(lit(image, x, y) >= 0, qPrintable(QString("(%1, %2)").arg(x).arg(y)));
+}
+
+void tst_Figures::edges_data()
+{
+    QTest::addColumn<int>("digit");
+    QTest::addColumn<int>("row");
+    QTest::addColumn<QString>("columns");
+    for (int digit = 0; digit < 10; ++digit)
+        for (const QString &sample : QString(Digits[digit]).split("; ")) {
+            const int row = sample.section(": ", 0, 0).toInt();
+            QTest::addRow("%d row %d", digit, row) << digit << row << sample.section(": ", 1);
+        }
+}
+
+void tst_Figures::edges()
+{
+    QFETCH(const int, digit);
+    QFETCH(const int, row);
+    QFETCH(const QString, columns);
+    const QImage image = drawFigure(digit);
+    // The outline runs through the middle of the outermost columns: these may be half lit unnamed.
+    QStringList runs;
+    for (int x = 1, first = 0; x < FigureWidth; ++x) {
+        const bool on = x < FigureWidth - 1 && lit(image, x, row) >= Half;
+        if (on && first == 0)
+            first = x;
+        if (!on && first != 0) {
+            runs << QString("%1-%2").arg(first).arg(x - 1);
+            first = 0;
+        }
+    }
+    QCOMPARE(runs.join(' '), columns);
+}
+
+void tst_Figures::extent_data()
+{
+    QTest::addColumn<int>("digit");
+    for (int digit = 0; digit < 10; ++digit)
+        QTest::addRow("%d", digit) << digit;
+}
+
+void tst_Figures::extent()
+{
+    QFETCH(const int, digit);
+    const QImage image = drawFigure(digit);
+    QCOMPARE(brightest(image, QRect(0, 0, FigureWidth, 1)), Half);
+    QCOMPARE(brightest(image, QRect(0, FigureHeight - 1, FigureWidth, 1)), Half);
+    const int side = digit == 1 ? 0 : Half;
+    QCOMPARE(brightest(image, QRect(0, 0, 1, FigureHeight)), side);
+    QCOMPARE(brightest(image, QRect(FigureWidth - 1, 0, 1, FigureHeight)), side);
+    // The top edge is no longer than the row below it, and no stray pixels.
+    for (int x = 0; x < FigureWidth; ++x)
+        QVERIFY(lit(image, x, 0) <= lit(image, x, 1));
+}
+
+void tst_Figures::colon()
+{
+    const QImage image = drawFigure(ColonFigure);
+    const QRect upper(QPoint(16, 31), QPoint(39, 51)), lower(QPoint(16, 62), QPoint(39, 84));
+    const QMargins ring(1, 1, 1, 1);
+    for (int y = 0; y < FigureHeight; ++y)
+        for (int x = 0; x < FigureWidth; ++x) {
+            const int sixteenth = lit(image, x, y);
+            if (upper.contains(x, y) || lower.contains(x, y))
+                QCOMPARE(sixteenth, Full);
+            else if ((upper + ring).contains(x, y) || (lower + ring).contains(x, y))
+                QVERIFY(sixteenth > 0 && sixteenth < Half);
+            else
+                QCOMPARE(sixteenth, 0);
+        }
+}
+
+QTEST_GUILESS_MAIN(tst_Figures)
+#include "tst_figures.moc"

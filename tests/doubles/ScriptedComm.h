@@ -1,0 +1,40 @@
+#pragma once
+
+#include "platform/Failure.h"
+#include "platform/MSComm.h"
+
+/// A serial control without a line: tests put bytes into it and look at what it was given.
+class ScriptedComm : public MSComm
+{
+public:
+    void CommPort(std::int16_t number) override { port = number; }
+    void Settings(const QString &text) override { settings = text; }
+    bool PortOpen() const override { return open; }
+    void PortOpen(bool wanted) override
+    {
+        if (broken)
+            throw Failure(5, QStringLiteral("broken"));
+        open = wanted;
+        received.clear();
+    }
+    std::int16_t InBufferCount() override
+    {
+        if (broken)
+            throw Failure(5, QStringLiteral("broken"));
+        return static_cast<std::int16_t>(received.size());
+    }
+    QByteArray Input() override { return std::exchange(received, {}); }
+    void Output(const QByteArray &bytes) override
+    {
+        if (!open || broken)
+            throw Failure(5, QStringLiteral("broken"));
+        sent.append(bytes);
+    }
+
+    std::int16_t port = 0;
+    QString settings;
+    bool open = false;
+    bool broken = false; ///< every use of the line fails
+    QByteArray received;
+    QByteArrayList sent;
+};

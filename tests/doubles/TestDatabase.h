@@ -1,0 +1,54 @@
+#pragma once
+
+#include "platform/Connection.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <sqlite3.h>
+
+/// A time database with the sample's tables, looked at past the code under test.
+class TestDatabase
+{
+public:
+    TestDatabase() { run(sampleSchema()); }
+
+    QString folder() const { return m_folder.path(); }
+    QString file() const { return m_folder.filePath(QStringLiteral("Orvanta.mdb")); }
+    QString connectionString() const
+    {
+        return QStringLiteral("Data Source=") + folder() +
+               QStringLiteral("\\Orvanta.mdb;Persist Security Info=False");
+    }
+
+    static QByteArray sampleSchema()
+    {
+        QFile file(QStringLiteral(SAMPLE_SCHEMA));
+        if (!file.open(QIODevice::ReadOnly))
+            qFatal("no sample schema");
+        return file.readAll();
+    }
+
+    /// Runs statements; the rows that they give, a line a row, columns separated by "|".
+    QString run(const QByteArray &sql) const
+    {
+        sqlite3 *database = nullptr;
+        QString rows;
+        char *error = nullptr;
+        sqlite3_open(file().toUtf8().constData(), &database);
+        const auto addRow = [](void *text, int count, char **values, char **) {
+            QStringList columns;
+            for (int i = 0; i < count; ++i)
+                columns += values[i] ? QString::fromUtf8(values[i]) : QStringLiteral("NULL");
+            *static_cast<QString *>(text) += columns.join(u'|') + u'\n';
+            return 0;
+        };
+        if (sqlite3_exec(database, sql.constData(), addRow, &rows, &error) != SQLITE_OK)
+            qFatal("%s", error);
+        sqlite3_close(database);
+        return rows.trimmed();
+    }
+
+private:
+    QTemporaryDir m_folder;
+};

@@ -1,0 +1,250 @@
+#include "platform/Failure.h"
+#include "platform/Recordset.h"
+#include "tests/doubles/TemporaryHome.h"
+#include "tests/doubles/TestDatabase.h"
+
+#include <QtTest>
+
+#include <unistd.h>
+
+#include <functional>
+
+static constexpr Command Batches{"`RawData`", adCmdTable, adLockOptimistic};
+static constexpr Command HighestBatch{"SELECT MAX(ID) AS MaxID FROM RawData", adCmdText,
+                                      adLockReadOnly};
+
+static const QString Msr = QStringLiteral("[DownloadResult]='MSR'");
+
+static int failureOf(const std::function<void()> &action)
+{
+    try {
+        action();
+        return 0;
+    } catch (const Failure &failure) {
+        return failure.number;
+    }
+}
+
+class TestRecordset : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void a_closed_recordset_does_nothing()
+    {
+        Connection connection;
+        Recordset rows(connection);
+        QCOMPARE(rows.State(), adStateClosed);
+        QCOMPARE(failureOf([&] { rows.RecordCount(); }), 3704);
+        QCOMPARE(failureOf([&] { rows.AddNew(); }), 3704);
+        QCOMPARE(failureOf([&] { rows.Update(); }), 3704);
+        QCOMPARE(failureOf([&] { rows.Eof(); }), 3704);
+    }
+
+    void an_empty_table()
+    {
+        Fixture t;
+        t.rows.Open(Batches);
+        QCOMPARE(t.rows.RecordCount(), 0);
+        QVERIFY(t.rows.Eof());
+        QCOMPARE(failureOf([&] { t.rows.Fields("ID"); }), 3021);
+        QCOMPARE(failureOf([&] { t.rows.Collect("ID", 1); }), 3021);
+        t.rows.AddNew();
+        QVERIFY(t.rows.Fields("id").isNull());
+        QCOMPARE(failureOf([&] { t.rows.Collect("Nowhere", 1); }), 3265);
+    }
+
+    void the_result_is_that_of_the_call()
+    {
+        Fixture t("INSERT INTO RawData VALUES (7, 1, NULL, 'x'), (8, 1, NULL, 'x')");
+        t.rows.Open(Batches);
+        t.database.run("INSERT INTO RawData VALUES (9, 1, NULL, 'MSR')");
+        QCOMPARE(t.rows.RecordCount(), 2);
+        QCOMPARE(t.rows.Fields("ID").toInt(), 7);
+        t.rows.Find(Msr, 0, adSearchForward);
+        QVERIFY(t.rows.Eof());
+        t.rows.Open(Batches);
+        t.rows.Find(Msr, 0, adSearchForward);
+        QCOMPARE(t.rows.Fields("ID").toInt(), 9);
+    }
+
+    void found_rows_come_in_row_order()
+    {
+        Fixture t("INSERT INTO RawData(rowid, ID, DownloadResult) VALUES (5, 50, 'MSR'), "
+                  "(-3, 30, 'MSR'), (9, 90, 'MSR'), (1, 10, 'other')");
+        t.rows.Open(Batches);
+        t.rows.Find(Msr, 0, adSearchForward);
+        QCOMPARE(t.rows.Fields("ID").toInt(), 30);
+        t.rows.Find(Msr, 0, adSearchForward); // the current row is included
+        QCOMPARE(t.rows.Fields("ID").toInt(), 30);
+    }
+
+    void a_name_that_is_no_column_is_a_failure()
+    {
+        Fixture t("INSERT INTO RawData VALUES (1, 1, NULL, 'x'); "
+                  "ALTER TABLE RawData RENAME COLUMN DownloadResult TO Other");
+        t.rows.Open(Batches);
+        QVERIFY(failureOf([&] { t.rows.Find(Msr, 0, adSearchForward); }) != 0);
+    }
+
+    void an_update_meets_what_others_did_data()
+    {
+        QTest::addColumn<QByteArray>("meanwhile");
+        QTest::addColumn<int>("failure");
+        const int changed = -2147217864;
+        QTest::newRow("nothing") << QByteArray() << 0;
+        QTest::newRow("another column") << QByteArray("UPDATE RawData SET ID = 5") << 0;
+        QTest::newRow("the column") << QByteArray("UPDATE RawData SET RecordCount = 2") << changed;
+        QTest::newRow("to Null") << QByteArray("UPDATE RawData SET DateTime = NULL") << changed;
+        QTest::newRow("to another case")
+            << QByteArray("UPDATE RawData SET DateTime = 'NEVER'") << changed;
+        QTest::newRow("gone") << QByteArray("DELETE FROM RawData") << changed;
+    }
+    void an_update_meets_what_others_did()
+    {
+        QFETCH(QByteArray, meanwhile);
+        QFETCH(int, failure);
+        Fixture t("DROP TABLE RawData; CREATE TABLE RawData (ID, RecordCount INT, DateTime TEXT "
+                  "COLLATE NOCASE, DownloadResult TEXT); "
+                  "INSERT INTO RawData VALUES (1, NULL, 'never', 'MSR')");
+        t.rows.Open(Batches);
+        t.rows.Find(Msr, 0, adSearchForward);
+        t.rows.Collect("RecordCount", 9);
+        t.rows.Collect("DateTime", QDateTime(QDate(2026, 3, 9), QTime(9, 5, 7)));
+        t.database.run(meanwhile);
+        QCOMPARE(failureOf([&] { t.rows.Update(); }), failure);
+        if (failure == 0)
+            QCOMPARE(t.database.run("SELECT RecordCount, DateTime FROM RawData"),
+                     QStringLiteral("9|2026-03-09 09:05:07"));
+    }
+
+    void a_pending_row_goes_with_close()
+    {
+        Fixture t;
+        t.rows.Open(Batches);
+        t.rows.AddNew();
+        t.rows.Collect("RecordCount", 1);
+        QVERIFY(failureOf([&] { t.rows.Update(); }) != 0); // ID must not be Null
+        t.rows.Close();
+        t.rows.Open(Batches);
+        t.rows.Update();
+        QCOMPARE(t.database.run("SELECT count(*) FROM RawData"), QStringLiteral("0"));
+    }
+
+    void a_row_refused_in_silence_is_a_failure()
+    {
+        Fixture t("CREATE TRIGGER no BEFORE INSERT ON RawData BEGIN SELECT RAISE(IGNORE); END");
+        t.rows.Open(Batches);
+        t.rows.AddNew();
+        t.rows.Collect("ID", 1);
+        QVERIFY(failureOf([&] { t.rows.Update(); }) != 0);
+    }
+
+    void a_query_can_only_be_read()
+    {
+        Fixture t("INSERT INTO RawData VALUES (7, 1, NULL, 'x')");
+        t.rows.Open(HighestBatch);
+        QCOMPARE(t.rows.RecordCount(), 1);
+        QCOMPARE(t.rows.Fields("MAXID").toInt(), 7);
+        QCOMPARE(failureOf([&] { t.rows.Collect("MaxID", 1); }), 3251);
+        QCOMPARE(failureOf([&] { t.rows.AddNew(); }), 3251);
+    }
+
+    void nobody_is_locked_out_between_two_calls()
+    {
+        Fixture t("INSERT INTO RawData VALUES (7, 1, NULL, 'MSR')");
+        t.rows.Open(Batches);
+        t.rows.Find(Msr, 0, adSearchForward);
+        t.rows.Collect("RecordCount", 2);
+        t.database.run("BEGIN EXCLUSIVE; COMMIT");
+    }
+
+    void files_that_are_no_database_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QString>("words");
+        QTest::newRow("noise") << QByteArray(5000, 'x') << "file is not a database";
+        QTest::newRow("Jet") << QByteArray("\0\1\0\0Standard Jet DB\0\1", 21).leftJustified(4096)
+                             << "The database is in the format of Microsoft Jet. It has to be "
+                                "converted to SQLite before it can be used.";
+        QTest::newRow("empty") << QByteArray() << "no such table: RawData";
+    }
+    void files_that_are_no_database()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(QString, words);
+        Fixture t;
+        TemporaryHome::write(t.database.file(), content);
+        try {
+            t.rows.Open(Batches);
+            QFAIL("opened");
+        } catch (const Failure &failure) {
+            QCOMPARE(failure.description, words);
+        }
+        QCOMPARE(TemporaryHome::read(t.database.file()), content);
+        QCOMPARE(t.rows.State(), adStateClosed);
+    }
+
+    void a_missing_file_is_not_made()
+    {
+        Fixture t;
+        QVERIFY(QFile::rename(t.database.file(), t.database.file() + ".away"));
+        QCOMPARE(failureOf([&] { t.rows.Open(Batches); }), SQLITE_CANTOPEN);
+        QVERIFY(!QFile::exists(t.database.file()));
+        QVERIFY(QFile::rename(t.database.file() + ".away", t.database.file()));
+        t.rows.Open(Batches);
+    }
+
+    void a_file_put_in_its_place_is_the_database_from_then_on()
+    {
+        Fixture t;
+        t.rows.Open(Batches);
+        QVERIFY(QFile::rename(t.database.file(), t.database.file() + ".old"));
+        t.database.run(TestDatabase::sampleSchema() + "INSERT INTO RawData VALUES (4, 1, 1, 'x')");
+        t.rows.Open(Batches);
+        QCOMPARE(t.rows.Fields("ID").toInt(), 4);
+    }
+
+    void a_read_only_file_is_a_failure()
+    {
+        Fixture t;
+        QFile::setPermissions(t.database.folder(), QFile::Permissions(0x5755));
+        QFile::setPermissions(t.database.file(), QFile::Permissions(0x4444));
+        const bool root = geteuid() == 0;
+        if (root)
+            QCOMPARE(seteuid(65534), 0); // root may write everywhere
+        const int failure = failureOf([&] { t.rows.Open(Batches); });
+        if (root)
+            QCOMPARE(seteuid(0), 0);
+        QCOMPARE(failure, SQLITE_READONLY);
+    }
+
+    void the_folder_may_have_any_name()
+    {
+        QTemporaryDir parent;
+        const QString folder = parent.filePath(QStringLiteral("a;b\\c;Persist d 'e' ü"));
+        QVERIFY(QDir().mkpath(folder));
+        QVERIFY(QFile::copy(TestDatabase().file(), folder + "/Orvanta.mdb"));
+        Connection connection;
+        connection.ConnectionString("Provider=x;Data Source=" + folder +
+                                    "\\Orvanta.mdb;Persist Security Info=False");
+        Recordset rows(connection);
+        rows.Open(Batches);
+        QCOMPARE(rows.RecordCount(), 0);
+    }
+
+private:
+    struct Fixture {
+        explicit Fixture(const QByteArray &sql = {})
+        {
+            database.run(sql);
+            connection.ConnectionString(database.connectionString());
+        }
+        TestDatabase database;
+        Connection connection;
+        Recordset rows{connection};
+    };
+};
+
+QTEST_GUILESS_MAIN(TestRecordset)
+#include "tst_recordset.moc"

@@ -1,0 +1,266 @@
+#include "reader/CMRW.h"
+#include "tests/doubles/ScriptedComm.h"
+#include "tests/doubles/ScriptedHost.h"
+
+#include <QtTest>
+
+#include <limits>
+
+/// A driver on an open scripted link.
+struct Bench {
+    Bench() { comm.open = true; }
+
+    std::int32_t read(std::int16_t timeout = 200)
+    {
+        return driver.ReadTracks(timeout, tracks[0], tracks[1], tracks[2]);
+    }
+
+    ScriptedHost host;
+    ScriptedComm comm;
+    CMRW driver{host, comm};
+    std::array<QString, 3> tracks{QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c")};
+};
+
+class TestCMRW : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void connecting()
+    {
+        Bench t;
+        t.comm.open = false;
+        QCOMPARE(t.driver.Disconnect(), -3);
+        t.driver.CommPort(2);
+        t.driver.Settings(QStringLiteral("4800,O,7,1"));
+        QCOMPARE(t.comm.port, std::int16_t(0));
+        QCOMPARE(t.driver.Connect(), 0);
+        QCOMPARE(t.comm.port, std::int16_t(2));
+        QCOMPARE(t.comm.settings, QStringLiteral("4800,O,7,1"));
+
+        t.driver.CommPort(3);
+        QCOMPARE(t.driver.Connect(), -1);
+        QCOMPARE(t.comm.port, std::int16_t(2));
+        QVERIFY(t.comm.open);
+        QCOMPARE(t.driver.Disconnect(), 0);
+        QVERIFY(!t.comm.open);
+        QVERIFY(t.host.boxes.isEmpty());
+    }
+
+    void connecting_fails()
+    {
+        Bench t;
+        t.comm.open = false;
+        t.driver.CommPort(32768);
+        QCOMPARE(t.driver.Connect(), -2);
+        t.driver.CommPort(1);
+        t.comm.broken = true;
+        QCOMPARE(t.driver.Connect(), -2);
+        QVERIFY(!t.comm.open);
+        QVERIFY(t.host.boxes.isEmpty());
+    }
+
+    void deviceType()
+    {
+        Bench t;
+        t.driver.DeviceType(2);
+        QCOMPARE(t.driver.DeviceType(), 2);
+    }
+
+    void descriptions_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("-1") << "Device is already connected.";
+        QTest::newRow("-2") << "Commport open failed.";
+        QTest::newRow("-3") << "Device is not connected.";
+        QTest::newRow("-4") << "Unknown error code.";
+        QTest::newRow("-5") << "Invalid swipe magnetic card or device settings.";
+        QTest::newRow("-6") << "The track1 data is not allowed.";
+        QTest::newRow("-7") << "The track2 data is not allowed.";
+        QTest::newRow("-8") << "The track3 data is not allowed.";
+        QTest::newRow("-9") << "";
+        QTest::newRow("-10") << "The writing card process time out.";
+        QTest::newRow("-11") << "Unknown error code.";
+        QTest::newRow("0") << "Unknown error code.";
+    }
+    void descriptions()
+    {
+        QFETCH(QString, text);
+        Bench t;
+        const int code = QByteArray(QTest::currentDataTag()).toInt();
+        QString message = QStringLiteral("before");
+        t.driver.ErrorDescription(code, message);
+        QCOMPARE(message, text);
+        t.driver.ShowErrorDescription(code);
+        if (text.isEmpty())
+            QVERIFY(t.host.boxes.isEmpty());
+        else
+            QCOMPARE(t.host.boxes, {ScriptedHost::Box({text, "Tavrel", MsgBoxIcon::Critical})});
+    }
+
+    void frames_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<int>("result");
+        QTest::addColumn<QStringList>("tracks");
+        QTest::addColumn<int>("dataType");
+        const auto row = [](const char *name, const QByteArray &bytes, int result,
+                            const QStringList &tracks, int dataType) {
+            QTest::newRow(name) << bytes << result << tracks << dataType;
+        };
+        const QStringList none{"a", "b", "c"};
+        row("two tracks", "\2%B12?;123?\3", 0, {"B12", "123", "c"}, 0);
+        row("the other sentinel", "\2;123<\3", 0, {"a", "123", "c"}, 1);
+        row("a blank", "\2%A B?\3", 0, {"AB", "b", "c"}, 0);
+        row("empty tracks", "\2%?;9?+?\3", 0, {"", "9", ""}, 0);
+        row("out of order", "\2;1?%A?\3", 0, {"a", "1", "c"}, 0);
+        row("NAK", "\2\x15\3", -5, none, 7);
+        row("NAK without STX", "x\x15\3", -5, none, 7);
+        row("no STX", "AB\3", 0, none, 7);
+        row("no STX, sentinel", "A<?\3", 0, none, 1);
+        row("no end sentinel", "\2;12\3z", 0, {"a", "12\3z", "c"}, 7);
+        row("only STX", "\2\3", 0, none, 7);
+        row("only ETX", "\3", 0, none, 7);
+        row("two frames", "\2;1?\3\2;2<\3", 0, {"a", "1", "c"}, 0);
+        row("every byte stays", "\2%\x80\xA0\xFF?\3", 0, {QStringLiteral(u"\u0080\u00A0\u00FF"), "b", "c"}, 0);
+        row("nothing more", "\2%AB", -4, none, 7);
+        row("nothing more, sentinel", "\2%AB<", -4, none, 1);
+        row("513 bytes", "\2;" + QByteArray(509, '1') + "?\3", 0, {"a", QString(509, u'1'), "c"}, 0);
+    }
+    void frames()
+    {
+        QFETCH(QByteArray, bytes);
+        for (const int batch : {1, int(bytes.size())}) {
+            Bench t;
+            t.comm.received = "\2;x?\3";
+            QString ignored;
+            // The last read's data type is 0 or 1; 7 in the table stands for "as it was".
+            for (const int before : {0, 1}) {
+                t.comm.received = before ? "<\3" : "?\3";
+                QCOMPARE(t.driver.ReadTracks(1, ignored, ignored, ignored), 0);
+                qsizetype sent = 0;
+                t.host.onEvents = [&](int) {
+                    t.comm.received += bytes.mid(sent, batch);
+                    sent += batch;
+                };
+                t.tracks = {"a", "b", "c"};
+                QTEST(t.read(), "result");
+                // Sent one by one, what lies behind the end of the frame is not received yet.
+                if (batch > 1 || !bytes.endsWith('z')) {
+                    QTEST(QStringList(t.tracks.begin(), t.tracks.end()), "tracks");
+                }
+                QFETCH(int, dataType);
+                QCOMPARE(t.driver.ReadTrackDataType(), dataType == 7 ? before : dataType);
+                QVERIFY(t.host.boxes.isEmpty());
+            }
+        }
+    }
+
+    void frames_past_the_buffer_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QString>("track2");
+        QTest::newRow("514 bytes") << "\2;" + QByteArray(510, '1') + "?\3" << "b";
+        QTest::newRow("no end sentinel in 512")
+            << "\2;" + QByteArray(509, '1') + "\3" << QString(509, u'1') + u'\3';
+        QTest::newRow("noise") << QByteArray(1024, '\x7f') << "b";
+    }
+    void frames_past_the_buffer()
+    {
+        QFETCH(QByteArray, bytes);
+        Bench t;
+        t.comm.received = bytes;
+        t.host.onBox = [&] { QCOMPARE(t.read(), 0); }; // still busy while the box is open
+        QCOMPARE(t.read(), 0);
+        QTEST(t.tracks[1], "track2");
+        QCOMPARE(t.host.boxes,
+                 {ScriptedHost::Box({"Subscript out of range", "Tavrel", MsgBoxIcon::None})});
+        t.comm.received = "\2;5?\3";
+        QCOMPARE(t.read(), 0);
+        QCOMPARE(t.tracks[1], QStringLiteral("5"));
+    }
+
+    void timeouts()
+    {
+        Bench t;
+        t.host.ticksPerPass = 50;
+        QCOMPARE(t.read(), -4);
+        QCOMPARE(t.host.passes, 5); // 200 ms are not yet more than 200
+
+        // Bytes that trickle in never time out.
+        t.host.onEvents = [&](int pass) { t.comm.received = pass % 4 ? "" : pass < 90 ? "\2" : "\3"; };
+        QCOMPARE(t.read(), 0);
+
+        // Where the tick count jumps back, time is counted from the jump.
+        t.host.onEvents = {};
+        t.host.ticks = std::numeric_limits<std::int32_t>::max() - 60;
+        t.host.passes = 0;
+        QCOMPARE(t.read(), -4);
+        QCOMPARE(t.host.passes, 2 + 5);
+    }
+
+    void cancel_data()
+    {
+        QTest::addColumn<int>("timeout");
+        for (const int timeout : {-1, 0, 10000})
+            QTest::addRow("%d", timeout) << timeout;
+    }
+    void cancel()
+    {
+        QFETCH(int, timeout);
+        Bench t;
+        t.driver.Cancel(); // without effect before the read
+        t.host.onEvents = [&](int pass) {
+            if (pass == 500) {
+                t.driver.Cancel();
+                t.comm.received = "\2;1<\3"; // comes too late
+            }
+        };
+        QCOMPARE(t.read(static_cast<std::int16_t>(timeout)), -9);
+        QCOMPARE(t.host.passes, 500);
+        QCOMPARE(t.tracks[1], QStringLiteral("b"));
+        QCOMPARE(t.driver.ReadTrackDataType(), 1);
+    }
+
+    void a_read_inside_a_read_does_nothing()
+    {
+        Bench t;
+        t.host.onEvents = [&](int) {
+            QString track = QStringLiteral("kept");
+            t.comm.received = "\2;1?\3";
+            QCOMPARE(t.driver.ReadTracks(200, track, track, track), 0);
+            QCOMPARE(track, QStringLiteral("kept"));
+        };
+        QCOMPARE(t.read(), 0);
+        QCOMPARE(t.tracks[1], QStringLiteral("1"));
+    }
+
+    void no_port()
+    {
+        Bench t;
+        t.comm.open = false;
+        QCOMPARE(t.read(), -3);
+        QCOMPARE(t.host.passes, 0);
+        t.comm.open = t.comm.broken = true;
+        QCOMPARE(t.read(), 0);
+        QCOMPARE(t.host.boxes, {ScriptedHost::Box({"broken", "Tavrel", MsgBoxIcon::None})});
+    }
+
+    /// The Options dialog does that under a waiting read.
+    void a_port_reopened_under_the_read()
+    {
+        Bench t;
+        t.comm.received = "\2;12";
+        t.host.onEvents = [&](int pass) {
+            if (pass == 1) {
+                t.driver.Disconnect();
+                t.driver.Connect();
+            }
+        };
+        QCOMPARE(t.read(), -4);
+        QVERIFY(t.host.boxes.isEmpty());
+    }
+};
+
+QTEST_GUILESS_MAIN(TestCMRW)
+#include "tst_cmrw.moc"
