@@ -25,13 +25,109 @@ QStringList datePatterns(const QLocale &locale)
             QStringLiteral("yyyy-MM-dd")};
 }
 
+/// Reads a time along a pattern in the toolkit's letters. (The toolkit's own parser, in 6.4, reads
+/// past the text's end where a mark for AM or PM stands before it.)
+class TimeReader
+{
+public:
+    TimeReader(const QString &text, const QLocale &locale) : m_text(text), m_locale(locale) {}
+
+    /// The time that the whole text tells; invalid when it does not follow `pattern`.
+    QTime read(const QString &pattern)
+    {
+        m_position = m_hour = m_minute = m_second = 0;
+        m_half = DayHalf::Whole;
+        bool quoted = false;
+        for (qsizetype i = 0; i < pattern.size();) {
+            qsizetype length = 1;
+            if (pattern[i] == u'\'') {
+                quoted = !quoted;
+            } else {
+                while (i + length < pattern.size() && pattern[i + length] == pattern[i])
+                    ++length;
+                if (!quoted && pattern.mid(i, 2).toUpper() == u"AP")
+                    length = 2;
+                if (!readPart(pattern.mid(i, length), quoted))
+                    return {};
+            }
+            i += length;
+        }
+        return m_position == m_text.size() ? time() : QTime();
+    }
+
+private:
+    enum class DayHalf { Whole, Morning, Afternoon };
+
+    bool readPart(const QString &part, bool quoted)
+    {
+        if (!quoted && part.toUpper() == u"AP")
+            return readMeridiem();
+        switch (quoted ? u' ' : part[0].toLower().unicode()) {
+        case u'h':
+            return readNumber(1, m_hour);
+        case u'm':
+            return readNumber(part.size(), m_minute);
+        case u's':
+            return readNumber(part.size(), m_second);
+        default:
+            return readWord(part);
+        }
+    }
+
+    /// One or two digits, of any script.
+    bool readNumber(qsizetype fewestDigits, int &number)
+    {
+        qsizetype digits = 0;
+        for (number = 0; digits < 2 && m_position < m_text.size(); ++digits, ++m_position) {
+            const int digit = m_text[m_position].digitValue();
+            if (digit < 0)
+                break;
+            number = number * 10 + digit;
+        }
+        return digits >= fewestDigits;
+    }
+
+    bool readWord(const QString &word)
+    {
+        if (m_text.mid(m_position, word.size()).compare(word, Qt::CaseInsensitive) != 0)
+            return false;
+        m_position += word.size();
+        return true;
+    }
+
+    bool readMeridiem()
+    {
+        if (readWord(m_locale.amText()) || readWord(QStringLiteral("AM")))
+            m_half = DayHalf::Morning;
+        else if (readWord(m_locale.pmText()) || readWord(QStringLiteral("PM")))
+            m_half = DayHalf::Afternoon;
+        return m_half != DayHalf::Whole;
+    }
+
+    QTime time() const
+    {
+        if (m_half == DayHalf::Whole)
+            return QTime(m_hour, m_minute, m_second);
+        if (m_hour < 1 || m_hour > 12)
+            return {};
+        return QTime(m_hour % 12 + (m_half == DayHalf::Morning ? 0 : 12), m_minute, m_second);
+    }
+
+    const QString &m_text;
+    const QLocale &m_locale;
+    qsizetype m_position = 0;
+    int m_hour = 0;
+    int m_minute = 0;
+    int m_second = 0;
+    DayHalf m_half = DayHalf::Whole;
+};
+
 QTime parseTime(const QString &text, const QLocale &locale)
 {
+    TimeReader reader(text, locale);
     for (const QString &pattern : timePatterns(locale)) {
-        for (const QLocale &words : {locale, QLocale::c()}) {
-            if (const QTime time = words.toTime(text, pattern); time.isValid())
-                return time;
-        }
+        if (const QTime time = reader.read(pattern); time.isValid())
+            return time;
     }
     return {};
 }

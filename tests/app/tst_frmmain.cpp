@@ -110,7 +110,8 @@ private Q_SLOTS:
 
     void one_instance_at_a_time()
     {
-        for (const QString &runTimeFolder : {home.path(QStringLiteral(".")), QString(), QStringLiteral("/nowhere")}) {
+        for (const QString &runTimeFolder :
+             {home.path(QStringLiteral(".")), QString(), QStringLiteral("/nowhere")}) {
             qputenv("XDG_RUNTIME_DIR", runTimeFolder.toUtf8());
             auto first = std::make_unique<App::InstanceLock>();
             QVERIFY(!first->PrevInstance());
@@ -175,8 +176,9 @@ private Q_SLOTS:
         QTest::addColumn<QString>("message"); ///< of the box that comes, "" for none
         const auto row = [](const char *name, const char *track, const char *frame,
                             const char *badge, const char *message = "") {
-            QTest::newRow(name) << "[MSR]\nTrack=" + QByteArray(track) + "\n" << QByteArray(frame)
-                                << QString::fromLatin1(badge) << QString::fromLatin1(message);
+            QTest::newRow(name) << "[MSR]\nTrack=" + QByteArray(track) + "\n"
+                                << QByteArray(frame) << QString::fromLatin1(badge)
+                                << QString::fromLatin1(message);
         };
         row("first", "0", "\2%A?;1?+2?\3", "A");
         row("third", "2", "\2%A?;1?+2?\3", "2");

@@ -60,9 +60,9 @@ private Q_SLOTS:
         QStringList names;
         for (const QObject *child : window->children())
             names += child->objectName();
-        QCOMPARE(names, QStringList({"pic(0)", "pic(1)", "pic(2)", "pic(3)", "pic(4)", "Frame1",
-                                     "pic(5)", "pic(6)", "pic(7)", "txtDate", "cmdCtrl(0)",
-                                     "cmdCtrl(1)"}));
+        QCOMPARE(names,
+                 QStringList({"pic(0)", "pic(1)", "pic(2)", "pic(3)", "pic(4)", "Frame1", "pic(5)",
+                              "pic(6)", "pic(7)", "txtDate", "cmdCtrl(0)", "cmdCtrl(1)"}));
         for (int k = 0; k < 6; ++k) {
             QStringList images;
             for (int i = 0; i < 10; ++i) {

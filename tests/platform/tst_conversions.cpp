@@ -137,7 +137,7 @@ private Q_SLOTS:
         QTest::addColumn<int>("failure");
         const auto row = [](const char *locale, const char *text, double value, int failure = 0) {
             QTest::addRow("%s '%s'", locale, text)
-                << QString::fromLatin1(locale) << QString::fromLatin1(text) << value << failure;
+                << QString::fromLatin1(locale) << QString::fromUtf8(text) << value << failure;
         };
         const double afternoon = (17 * 3600 + 30 * 60) / 86400.0;
         for (const char *locale : {"en_US", "de_DE", "ja_JP"}) {
@@ -150,6 +150,10 @@ private Q_SLOTS:
             for (const char *bad : {"", "noon", "25:00:00", "12:60:00", "12", "-1", "1e9"})
                 row(locale, bad, 0.0, 13);
         }
+        row("ko_KR", "\uC624\uD6C4 5:30", afternoon); // the mark for PM comes first
+        row("en_US", "12:00:00 am", 0.0);
+        row("en_US", "12:00:00 PM and more", 0.0, 13);
+        row("en_US", "13:00:00 PM", 0.0, 13);
         row("de_DE", "22.11.26 12:00:00", 9823.5); // two digits of a year are those of 1926
         row("en_US", "November 22, 2026 5:30 PM", 0.0, 13);
         row("en_US", "Sunday, November 22, 2026 5:30 PM", 46348.0 + afternoon);
@@ -171,7 +175,8 @@ private Q_SLOTS:
             QLocale::matchingLocales(QLocale::AnyLanguage, QLocale::AnyScript, QLocale::AnyCountry);
         QVERIFY(all.size() > 400);
         for (const QLocale &locale : all) {
-            for (const QTime &time : {QTime(0, 0, 0), QTime(6, 0, 9), QTime(12, 0), QTime(23, 59, 58)}) {
+            for (const QTime &time :
+                 {QTime(0, 0, 0), QTime(6, 0, 9), QTime(12, 0), QTime(23, 59, 58)}) {
                 const QString text = formatTimeOfDay(time, locale);
                 QVERIFY2(parseDateAndTime(text, locale).time == time, qPrintable(locale.name()));
                 QVERIFY(!parseDateAndTime(text, locale).date.isValid());

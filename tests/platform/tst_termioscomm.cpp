@@ -72,12 +72,15 @@ private Q_SLOTS:
     /// Good bytes, a good FF, a byte in error and a byte 00 in error, cut at every place.
     void marks()
     {
-        const QByteArray raw("A\xFF\xFF" "B\xFF\0X\xFF\0\0C", 11);
+        const QByteArray raw("A\xFF\xFF"
+                             "B\xFF\0X\xFF\0\0C",
+                             11);
         for (qsizetype cut = 0; cut <= raw.size(); ++cut) {
             ParityMarks marks;
             QByteArray decoded = marks.decode(raw.left(cut));
             decoded += marks.decode(raw.mid(cut));
-            QCOMPARE(decoded, QByteArray("A\xFF" "B??C"));
+            QCOMPARE(decoded, QByteArray("A\xFF"
+                                         "B??C"));
         }
     }
 

@@ -41,7 +41,9 @@ private Q_SLOTS:
         QTest::newRow("empty") << QByteArray("[Punch]\nClockIn=\n") << "";
         QTest::newRow("text") << QByteArray("[Punch]\nClockIn=9:05:00 PM\n") << "9:05:00 PM";
         QTest::newRow("list") << QByteArray("[Punch]\nClockIn=1, 5\n") << "1, 5";
-        QTest::newRow("no ini") << QByteArray("\x7f" "ELF\0\1\2[[[\n=\n==ClockIn\n\xff\xfe", 26)
+        QTest::newRow("no ini") << QByteArray("\x7f"
+                                              "ELF\0\1\2[[[\n=\n==ClockIn\n\xff\xfe",
+                                              26)
                                 << "-";
         QTest::newRow("other group") << QByteArray("ClockIn=1\n") << "-";
     }

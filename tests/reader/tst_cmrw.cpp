@@ -122,10 +122,12 @@ private Q_SLOTS:
         row("only STX", "\2\3", 0, none, 7);
         row("only ETX", "\3", 0, none, 7);
         row("two frames", "\2;1?\3\2;2<\3", 0, {"a", "1", "c"}, 0);
-        row("every byte stays", "\2%\x80\xA0\xFF?\3", 0, {QStringLiteral(u"\u0080\u00A0\u00FF"), "b", "c"}, 0);
+        row("every byte stays", "\2%\x80\xA0\xFF?\3", 0,
+            {QStringLiteral(u"\u0080\u00A0\u00FF"), "b", "c"}, 0);
         row("nothing more", "\2%AB", -4, none, 7);
         row("nothing more, sentinel", "\2%AB<", -4, none, 1);
-        row("513 bytes", "\2;" + QByteArray(509, '1') + "?\3", 0, {"a", QString(509, u'1'), "c"}, 0);
+        row("513 bytes", "\2;" + QByteArray(509, '1') + "?\3", 0, {"a", QString(509, u'1'), "c"},
+            0);
     }
     void frames()
     {
@@ -160,7 +162,8 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("bytes");
         QTest::addColumn<QString>("track2");
-        QTest::newRow("514 bytes") << "\2;" + QByteArray(510, '1') + "?\3" << "b";
+        QTest::newRow("514 bytes") << "\2;" + QByteArray(510, '1') + "?\3"
+                                   << "b";
         QTest::newRow("no end sentinel in 512")
             << "\2;" + QByteArray(509, '1') + "\3" << QString(509, u'1') + u'\3';
         QTest::newRow("noise") << QByteArray(1024, '\x7f') << "b";
@@ -188,7 +191,9 @@ private Q_SLOTS:
         QCOMPARE(t.host.passes, 5); // 200 ms are not yet more than 200
 
         // Bytes that trickle in never time out.
-        t.host.onEvents = [&](int pass) { t.comm.received = pass % 4 ? "" : pass < 90 ? "\2" : "\3"; };
+        t.host.onEvents = [&](int pass) {
+            t.comm.received = pass % 4 ? "" : pass < 90 ? "\2" : "\3";
+        };
         QCOMPARE(t.read(), 0);
 
         // Where the tick count jumps back, time is counted from the jump.

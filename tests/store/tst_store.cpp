@@ -33,8 +33,7 @@ private Q_SLOTS:
         row("two marked", "(9, 1, 'x', 'MSR'), (2, 1, 'x', 'MSR')",
             "9|2|2026-03-09 09:05:07|MSR\n2|1|x|MSR");
         row("no count", "(7, NULL, 'x', 'MSR')", "7|NULL|2026-03-09 09:05:07|MSR");
-        row("last number", "(32766, 1, 'x', 'a')",
-            "32766|1|x|a\n32767|1|2026-03-09 09:05:07|MSR");
+        row("last number", "(32766, 1, 'x', 'a')", "32766|1|x|a\n32767|1|2026-03-09 09:05:07|MSR");
         row("numbers used up", "(32767, 1, 'x', 'a')", "32767|1|x|a", 6);
         row("number too large", "(40000, 1, 'x', 'MSR')", "40000|1|x|MSR", 6);
         row("count is no number", "(1, 'many', 'x', 'MSR')", "1|many|x|MSR", 13);
@@ -68,8 +67,7 @@ private Q_SLOTS:
         QCOMPARE(t.database.run(Details), "0|00123|1|2026-03-09 09:05:01|0|0\n"
                                           "0|00123|1|2026-03-09 09:05:01|0|0\n"
                                           "0||0|2026-03-09 09:05:01|0|0\n0|" +
-                                              QString(50, u'9') +
-                                              "|0|2026-03-09 09:05:01|0|0");
+                                              QString(50, u'9') + "|0|2026-03-09 09:05:01|0|0");
         QCOMPARE(t.database.run("SELECT RecordCount FROM RawData"), QStringLiteral("4"));
     }
 
