@@ -3,12 +3,14 @@
 #include "app/App.h"
 #include "clock/clock16.xpm"
 #include "clock/clock32.xpm"
+#include "dialogs/frmOptions.h"
 
 #include <QIcon>
 
 namespace
 {
 
+constexpr std::int16_t OptionsButton = 0;
 constexpr std::int16_t ExitButton = 1;
 
 } // namespace
@@ -24,7 +26,7 @@ frmMain::frmMain(Host &host, DataEnvironment &environment)
     icon.addPixmap(QPixmap{clock16_xpm});
     setWindowIcon(icon);
 
-    for (const std::int16_t index : {std::int16_t{0}, ExitButton})
+    for (const std::int16_t index : {OptionsButton, ExitButton})
         connect(face.cmdCtrl(index), &QPushButton::clicked, this,
                 [this, index] { cmdCtrl_Click(index); });
     onUnload([this] { Form_Unload(); });
@@ -52,7 +54,11 @@ void frmMain::Form_Unload()
 
 void frmMain::cmdCtrl_Click(std::int16_t Index)
 {
-    if (Index == ExitButton) {
+    if (Index == OptionsButton) {
+        frmOptions options(m_host);
+        options.Show();
+        m_connection.ConnectReader();
+    } else {
         m_punchInformation.Unload();
         m_host.End();
     }

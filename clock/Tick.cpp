@@ -1,5 +1,7 @@
 #include "clock/Tick.h"
 
+#include "app/Settings.h"
+#include "clock/AutoSwitch.h"
 #include "platform/Conversions.h"
 #include "platform/Failure.h"
 #include "platform/RegionalFormat.h"
@@ -29,9 +31,31 @@ Tick::Tick(Host &host, ClockFace &face, SwipeHandling &swipeHandling)
 
 void Tick::Timer1_Timer()
 {
+    try {
+        autoSwitch();
+    } catch (const Failure &) {
+        // Settings that cannot be read leave the selection alone, and the rest of the tick runs.
+    }
     showTime();
     m_face.txtDate->Text(formatLongDate(m_host.Now()));
     pollOnce();
+}
+
+void Tick::autoSwitch()
+{
+    constexpr std::int16_t SwitchedOn = 1;
+
+    const double clockIn = timeText(Settings::read(Settings::ClockIn));
+    const double clockOut = timeText(Settings::read(Settings::ClockOut));
+    if (strictNumber(Settings::read(Settings::AutoSwitch)) != SwitchedOn)
+        return;
+
+    OptionButton *wanted =
+        m_face.optEvent(wantedEvent(clockIn, clockOut, timeOfDay(m_host.Now().time())));
+    if (wanted->Value())
+        return;
+    wanted->Value(true);
+    m_face.txtDate->setFocus();
 }
 
 void Tick::showTime()

@@ -6,8 +6,8 @@
 
 #include <QTimer>
 
-/// The program's heartbeat: every 100 ms at the most often it brings the clock face up to date
-/// and then polls the reader.
+/// The program's heartbeat: every 100 ms at the most often it lets the time of day choose the
+/// punch type, if it may, brings the clock face up to date and then polls the reader.
 ///
 /// A poll delivers events while it waits, so ticks fall due inside it. They do everything but the
 /// poll: the clock goes on under a reader wait, a dialog or a message box, and no poll ever
@@ -20,6 +20,7 @@ public:
 
 private:
     void Timer1_Timer();
+    void autoSwitch();
     void showTime();
     void pollOnce();
 

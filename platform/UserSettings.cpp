@@ -2,6 +2,7 @@
 
 #include "platform/Failure.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -10,6 +11,7 @@
 #include <QTemporaryFile>
 #include <QVariant>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace
@@ -30,6 +32,19 @@ QString textOf(const QVariant &value)
 {
     return value.typeId() == QMetaType::QStringList ? value.toStringList().join(u", ")
                                                     : value.toString();
+}
+
+/// Gives a file a later time than the one that it is to replace. Readers know a changed file by
+/// its size and its time in milliseconds, and two writes may well be closer than that.
+void makeNewer(const QString &path, const QFileInfo &replaced)
+{
+    QFile file(path);
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    const QDateTime later = replaced.lastModified().toUTC().addMSecs(1);
+    if (!file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly) ||
+        !file.setFileTime(replaced.exists() ? std::max(now, later) : now,
+                          QFileDevice::FileModificationTime))
+        throw Failure(Failure::PathFileAccess);
 }
 
 } // namespace
@@ -72,6 +87,7 @@ void SaveSetting(const QString &application, const QString &section, const QStri
         if (copy.status() != QSettings::NoError)
             throw Failure(Failure::PathFileAccess);
     }
+    makeNewer(draft.fileName(), stored);
     if (std::rename(QFile::encodeName(draft.fileName()).constData(),
                     QFile::encodeName(path).constData()) != 0)
         throw Failure(Failure::PathFileAccess);

@@ -248,9 +248,8 @@ void benchmarkSoak(int swipes)
             if (!status.open(QIODevice::ReadOnly))
                 giveUp("no /proc");
             const long pages = status.readAll().split(' ')[1].toLong();
-            const auto files = QDir(QStringLiteral("/proc/self/fd"))
-                                   .entryList(QDir::Files | QDir::System)
-                                   .size();
+            const auto files =
+                QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::Files | QDir::System).size();
             std::printf("%6d   %20ld   %10d\n", i, pages * sysconf(_SC_PAGESIZE) / 1024,
                         static_cast<int>(files));
         }
@@ -327,7 +326,9 @@ int main(int argc, char *argv[])
 
     try {
         if (what == u"punch") {
-            benchmarkPunch(arguments.isEmpty() ? QStringList{QStringLiteral("0"), QStringLiteral("1000000")} : arguments);
+            benchmarkPunch(arguments.isEmpty()
+                               ? QStringList{QStringLiteral("0"), QStringLiteral("1000000")}
+                               : arguments);
         } else if (what == u"idle") {
             const double seconds = arguments.isEmpty() ? 30 : arguments[0].toDouble();
             for (const bool portOpen : {true, false})

@@ -9,6 +9,7 @@
 #include "tests/doubles/TestDatabase.h"
 #include "tools/VirtualReader.h"
 
+#include <QComboBox>
 #include <QtTest>
 
 /// The real passing of time and events, with the time of day and the ends in the test's hands.
@@ -246,6 +247,104 @@ private Q_SLOTS:
         QCOMPARE(t.host.boxes[0].title, QStringLiteral("1"));
         QCOMPARE(t.digits(), QStringLiteral("123456"));
         QCOMPARE(Bench::shown("txtBadgeNumber"), QStringLiteral("1"));
+    }
+
+    void the_punch_type_follows_the_day()
+    {
+        Bench t(home, "[Punch]\nAutoSwitch=1\nClockIn=06:00:00\nClockOut=12:00:00\n");
+        OptionButton *in = t.window->face.optEvent(0);
+        OptionButton *out = t.window->face.optEvent(1);
+        const auto turnTo = [&](int hour, int minute, int second) {
+            t.host.now = QDateTime(QDate(2026, 3, 9), QTime(hour, minute, second));
+        };
+        QVERIFY(QTest::qWaitForWindowActive(t.window.get()));
+        QTRY_COMPARE(t.digits(), QStringLiteral("090507"));
+        QVERIFY(in->Value());
+        QVERIFY(out->font().bold()); // nothing was set: it is selected already
+        QVERIFY(!t.window->face.txtDate->hasFocus());
+
+        turnTo(12, 0, 0);
+        QTRY_VERIFY(out->Value());
+        QVERIFY(!in->font().bold() && t.window->face.txtDate->hasFocus());
+
+        // A choice by hand does not last.
+        QTest::mouseClick(in, Qt::LeftButton);
+        QVERIFY(in->Value());
+        QTRY_VERIFY(out->Value());
+
+        // Times that cannot be read leave the selection alone, and the clock goes on.
+        home.writeSettings("[Punch]\nAutoSwitch=1\nClockIn=never\nClockOut=12:00:00\n");
+        turnTo(6, 0, 0);
+        QTRY_COMPARE(t.digits(), QStringLiteral("060000"));
+        QVERIFY(out->Value());
+
+        // A change of the settings counts from the next tick.
+        home.writeSettings("[Punch]\nAutoSwitch=1\nClockIn=6:00:00 AM\nClockOut=12:00:00\n");
+        QTRY_VERIFY(in->Value());
+        home.writeSettings("[Punch]\nAutoSwitch=2\nClockIn=12:00:00\nClockOut=06:00:00\n");
+        turnTo(7, 0, 0);
+        QTRY_COMPARE(t.digits(), QStringLiteral("070000"));
+        QVERIFY(in->Value());
+        QVERIFY(t.host.boxes.isEmpty());
+    }
+
+    /// Swipes while the Options dialog is up, opened inside a reader wait, as most clicks do, or
+    /// between two ticks.
+    void swipes_behind_the_options_data()
+    {
+        QTest::addColumn<bool>("insideWait");
+        QTest::newRow("inside a wait") << true;
+        QTest::newRow("between two ticks") << false;
+    }
+    void swipes_behind_the_options()
+    {
+        QFETCH(bool, insideWait);
+        VirtualReader other;
+        other.linkAt(home.path(QStringLiteral("Tavrel/COM2")));
+        Bench t(home, "[Communication]\nComport=0\n");
+        const auto open = [&] { QTest::mouseClick(t.window->face.cmdCtrl(0), Qt::LeftButton); };
+        bool wasClosed = false;
+
+        // Works the dialog while it is up: ticks go on; then another port is chosen, with OK.
+        QTimer user;
+        int steps = 0;
+        QObject::connect(&user, &QTimer::timeout, [&] {
+            QWidget *options = Bench::topLevel("frmOptions");
+            if (!options)
+                return;
+            if (steps == 0) {
+                t.host.now = QDateTime(QDate(2026, 3, 9), QTime(11, 22, 33));
+                t.reader->send("\2;1001?\3");
+                steps = 1;
+            } else if (steps == 1 && t.digits() == QLatin1String("112233") &&
+                       (insideWait || !t.stored().isEmpty())) {
+                options->findChild<QComboBox *>("cboComport")->setCurrentIndex(1);
+                QTest::keyClick(options, Qt::Key_Return);
+                wasClosed = true;
+            }
+        });
+        user.start(5);
+
+        if (insideWait) {
+            t.host.insidePoll = [&] {
+                t.host.insidePoll = {};
+                open();
+            };
+            QTRY_VERIFY(wasClosed);
+        } else {
+            open();
+            QVERIFY(wasClosed);
+        }
+        QCOMPARE(t.stored(), insideWait ? QString() : QStringLiteral("1001,1"));
+        QVERIFY(t.host.boxes.isEmpty());
+
+        // The swipes come from the newly chosen port, and no longer from the old one.
+        t.reader->send("\2;1002?\3");
+        const int passes = t.host.passes;
+        QTRY_VERIFY(t.host.passes > passes);
+        other.send("\2;1003?\3");
+        QTRY_COMPARE(t.stored().section(u'\n', -1), QStringLiteral("1003,1"));
+        QVERIFY(!t.stored().contains(QStringLiteral("1002")));
     }
 
     void a_port_that_cannot_be_used_data()

@@ -73,6 +73,16 @@ private Q_SLOTS:
         QCOMPARE(QDir(home.path(QStringLiteral("Tavrel"))).entryList(QDir::Files).size(), 1);
     }
 
+    void writes_in_quick_succession_all_count()
+    {
+        for (int i = 100; i < 400; ++i) {
+            save("ClockIn", QByteArray::number(i).constData());
+            save("ClockOut", QByteArray::number(i + 300).constData());
+            QCOMPARE(get("Punch", "ClockIn").toInt(), i);
+            QCOMPARE(get("Punch", "ClockOut").toInt(), i + 300);
+        }
+    }
+
     void a_change_from_outside_counts()
     {
         save("AutoSwitch", "0");

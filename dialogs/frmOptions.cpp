@@ -1,0 +1,218 @@
+#include "dialogs/frmOptions.h"
+
+#include "app/Settings.h"
+#include "platform/Conversions.h"
+#include "platform/Failure.h"
+#include "platform/Form.h"
+#include "platform/RegionalFormat.h"
+
+#include <algorithm>
+#include <array>
+
+namespace
+{
+
+constexpr int ClientWidth = 4200;
+constexpr int ClientHeight = 3330;
+constexpr Placement StripPlacement{120, 120, 3975, 2655};
+constexpr int TabHeight = 295; ///< 520 hundredths of a millimetre, in twips
+
+enum Tab { PunchTab, CommunicationTab, ReaderTab };
+
+constexpr std::int16_t OkButton = 0;
+constexpr std::int16_t CancelButton = 1;
+
+/// What the stored values 0, 1 and 2 of a check box look like.
+constexpr std::array CheckStates{Qt::Unchecked, Qt::Checked, Qt::PartiallyChecked};
+
+/// The number stored under `key`, by the given conversion; the key's fallback where that fails
+/// or gives none of 0 to `count` - 1.
+template <typename Conversion>
+std::int16_t storedIndex(const Settings::Key &key, Conversion convert, int count)
+{
+    try {
+        const std::int16_t index = convert(Settings::read(key));
+        if (index >= 0 && index < count)
+            return index;
+    } catch (const Failure &) {
+        // fall back, as for an index that the control cannot show
+    }
+    return lenientNumber(QString::fromLatin1(key.fallback));
+}
+
+std::int16_t strictly(const QString &text)
+{
+    return strictNumber(text);
+}
+
+void showTime(DTPicker &picker, const Settings::Key &key)
+{
+    try {
+        picker.Value(Settings::read(key));
+    } catch (const Failure &) {
+        picker.Value(QString::fromLatin1(key.fallback));
+    }
+}
+
+} // namespace
+
+frmOptions::frmOptions(Host &host)
+    : QDialog(nullptr, Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
+                           Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint),
+      m_host(host)
+{
+    setObjectName(QStringLiteral("frmOptions"));
+    setWindowTitle(QStringLiteral("Options"));
+    setFixedSize(pixels(ClientWidth), pixels(ClientHeight));
+    setFont(windowFont(WindowFontPoints));
+
+    SSTab1 =
+        new SSTab({QStringLiteral("Punch"), QStringLiteral("Communication"), QStringLiteral("MSR")},
+                  StripPlacement, pixels(TabHeight), this);
+    SSTab1->setObjectName(QStringLiteral("SSTab1"));
+    addPunchTab();
+    addCommunicationTab();
+    addReaderTab();
+    addButtons();
+    orderTabs();
+    Form_Load();
+}
+
+void frmOptions::Show()
+{
+    centreOnScreen(*this);
+    exec();
+}
+
+void frmOptions::addPunchTab()
+{
+    chkAutoSwitch = new QCheckBox(QStringLiteral("Enable auto-switch"), SSTab1->page(PunchTab));
+    chkAutoSwitch->setObjectName(QStringLiteral("chkAutoSwitch"));
+    SSTab1->placeOn(*chkAutoSwitch, {240, 600, 1935, 255});
+    connect(chkAutoSwitch, &QCheckBox::clicked, this, [this] {
+        chkAutoSwitch->setTristate(false); // the mixed state can be left but not chosen
+        chkAutoSwitch_Click();
+    });
+
+    Label1.add(
+        0, addLabel(PunchTab, "Label1(0)", "Switch to Clock In after:", {240, 1080, 1815, 255}));
+    Label1.add(
+        1, addLabel(PunchTab, "Label1(1)", "Switch to Clock Out after:", {240, 1560, 2055, 255}));
+    for (const int index : {0, 1}) {
+        auto *picker = new DTPicker(SSTab1->page(PunchTab));
+        picker->setObjectName(QStringLiteral("dtpClock(%1)").arg(index));
+        SSTab1->placeOn(*picker, {2280, index == 0 ? 1080 : 1560, 1455, 255});
+        dtpClock.add(index, picker);
+    }
+}
+
+void frmOptions::addCommunicationTab()
+{
+    addLabel(CommunicationTab, "Label2", "MSR is connected to:", {240, 600, 1815, 255});
+    addLabel(CommunicationTab, "Label3", "Baud Rate:", {240, 1080, 1575, 255});
+    addLabel(CommunicationTab, "Label4", "Settings:", {240, 1560, 1575, 255});
+    cboComport = addList(CommunicationTab, "cboComport", {"COM1", "COM2", "COM3", "COM4"},
+                         {2040, 600, 1455, 315});
+    cboBaudRate =
+        addList(CommunicationTab, "cboBaudRate", {"9600", "4800", "2400"}, {2040, 1080, 1455, 315});
+    cboSettings = addList(CommunicationTab, "cboSettings", {"N,8,1", "O,7,1", "S,7,1"},
+                          {2040, 1560, 1455, 315});
+}
+
+void frmOptions::addReaderTab()
+{
+    addLabel(ReaderTab, "Label5", "Reading Track:", {240, 600, 1335, 255});
+    cboTrack =
+        addList(ReaderTab, "cboTrack", {"Track1", "Track2", "Track3"}, {1560, 600, 1455, 315});
+}
+
+void frmOptions::addButtons()
+{
+    for (const std::int16_t index : {OkButton, CancelButton}) {
+        auto *button = new QPushButton(
+            index == OkButton ? QStringLiteral("OK") : QStringLiteral("Cancel"), this);
+        button->setObjectName(QStringLiteral("cmdCtrl(%1)").arg(index));
+        place(*button, {index == OkButton ? 1800 : 3000, 2880, 1092, 372});
+        connect(button, &QPushButton::clicked, this, [this, index] { cmdCtrl_Click(index); });
+        cmdCtrl.add(index, button);
+    }
+    cmdCtrl(OkButton)->setDefault(true);
+    cmdCtrl(OkButton)->setFocus();
+}
+
+void frmOptions::orderTabs()
+{
+    const std::array<QWidget *, 10> order{
+        cmdCtrl(OkButton), cmdCtrl(CancelButton), SSTab1->tabBar(), dtpClock(0), dtpClock(1),
+        cboComport,        chkAutoSwitch,         cboBaudRate,      cboSettings, cboTrack};
+    for (std::size_t i = 1; i < order.size(); ++i)
+        setTabOrder(order[i - 1], order[i]);
+}
+
+Label *frmOptions::addLabel(int tab, const char *name, const char *caption,
+                            const Placement &placement)
+{
+    auto *label = new Label(QString::fromLatin1(caption), SSTab1->page(tab));
+    label->setObjectName(QString::fromLatin1(name));
+    SSTab1->placeOn(*label, placement);
+    return label;
+}
+
+QComboBox *frmOptions::addList(int tab, const char *name, const QStringList &items,
+                               const Placement &placement)
+{
+    auto *list = new QComboBox(SSTab1->page(tab));
+    list->setObjectName(QString::fromLatin1(name));
+    list->addItems(items);
+    SSTab1->placeOn(*list, placement);
+    return list;
+}
+
+void frmOptions::Form_Load()
+{
+    chkAutoSwitch->setCheckState(CheckStates[static_cast<std::size_t>(
+        storedIndex(Settings::AutoSwitch, strictly, static_cast<int>(CheckStates.size())))]);
+    showTime(*dtpClock(0), Settings::ClockIn);
+    showTime(*dtpClock(1), Settings::ClockOut);
+    cboComport->setCurrentIndex(storedIndex(Settings::Comport, strictly, cboComport->count()));
+    cboBaudRate->setCurrentIndex(storedIndex(Settings::BaudRate, strictly, cboBaudRate->count()));
+    cboSettings->setCurrentIndex(storedIndex(Settings::Format, strictly, cboSettings->count()));
+    cboTrack->setCurrentIndex(storedIndex(Settings::Track, lenientNumber, cboTrack->count()));
+    chkAutoSwitch_Click();
+    SSTab1->Tab(PunchTab);
+    m_isOK = False;
+}
+
+void frmOptions::chkAutoSwitch_Click()
+{
+    const bool enabled = chkAutoSwitch->checkState() != Qt::Unchecked;
+    Label1(0)->setEnabled(enabled);
+    Label1(1)->setEnabled(enabled);
+    dtpClock(0)->setEnabled(enabled);
+    dtpClock(1)->setEnabled(enabled);
+}
+
+void frmOptions::cmdCtrl_Click(std::int16_t Index)
+{
+    try {
+        if (Index == OkButton)
+            saveSettings();
+        m_isOK = Index == OkButton ? True : False;
+        done(Index == OkButton ? QDialog::Accepted : QDialog::Rejected);
+    } catch (const Failure &failure) {
+        m_host.MsgBox(failure.description, QString::number(failure.number), MsgBoxIcon::None);
+    }
+}
+
+void frmOptions::saveSettings()
+{
+    const auto checkValue =
+        std::ranges::find(CheckStates, chkAutoSwitch->checkState()) - CheckStates.begin();
+    Settings::write(Settings::AutoSwitch, QString::number(checkValue));
+    Settings::write(Settings::ClockIn, formatTimeOfDay(dtpClock(0)->Value()));
+    Settings::write(Settings::ClockOut, formatTimeOfDay(dtpClock(1)->Value()));
+    Settings::write(Settings::Comport, QString::number(cboComport->currentIndex()));
+    Settings::write(Settings::BaudRate, QString::number(cboBaudRate->currentIndex()));
+    Settings::write(Settings::Format, QString::number(cboSettings->currentIndex()));
+    Settings::write(Settings::Track, QString::number(cboTrack->currentIndex()));
+}

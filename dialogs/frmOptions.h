@@ -1,0 +1,55 @@
+#pragma once
+
+#include "platform/Boolean.h"
+#include "platform/Controls.h"
+#include "platform/DTPicker.h"
+#include "platform/Host.h"
+#include "platform/SSTab.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDialog>
+#include <QPushButton>
+
+#include <cstdint>
+
+/// The one place where the user edits the seven settings. It is made afresh for each showing:
+/// it loads every setting when it is made, "OK" writes all seven, "Cancel" none.
+class frmOptions : public QDialog
+{
+public:
+    explicit frmOptions(Host &host);
+
+    /// Shows the dialog in the middle of the screen and returns when it has closed.
+    void Show();
+
+    /// True once "OK" has written all settings.
+    Boolean IsOK() const { return m_isOK; }
+
+private:
+    void addPunchTab();
+    void addCommunicationTab();
+    void addReaderTab();
+    void addButtons();
+    void orderTabs();
+    Label *addLabel(int tab, const char *name, const char *caption, const Placement &placement);
+    QComboBox *addList(int tab, const char *name, const QStringList &items,
+                       const Placement &placement);
+
+    void Form_Load();
+    void chkAutoSwitch_Click();
+    void cmdCtrl_Click(std::int16_t Index);
+    void saveSettings();
+
+    Host &m_host;
+    Boolean m_isOK = False;
+    SSTab *SSTab1;
+    QCheckBox *chkAutoSwitch = nullptr;
+    ControlArray<Label> Label1;
+    ControlArray<DTPicker> dtpClock;
+    QComboBox *cboComport = nullptr;
+    QComboBox *cboBaudRate = nullptr;
+    QComboBox *cboSettings = nullptr;
+    QComboBox *cboTrack = nullptr;
+    ControlArray<QPushButton> cmdCtrl;
+};

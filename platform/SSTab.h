@@ -1,0 +1,22 @@
+#pragma once
+
+#include "platform/Controls.h"
+
+#include <QTabWidget>
+
+/// A tab strip whose tabs share its whole width in one row. What stands on a tab is placed from
+/// the corner of the strip itself.
+class SSTab : public QTabWidget
+{
+public:
+    /// `tabHeight` in pixels.
+    SSTab(const QStringList &captions, const Placement &placement, int tabHeight, QWidget *parent);
+
+    /// The index of the tab in front.
+    int Tab() const { return currentIndex(); }
+    void Tab(int index) { setCurrentIndex(index); }
+
+    /// Places a control, a child of `page(tab)`, from the corner of the strip.
+    void placeOn(QWidget &control, const Placement &placement) const;
+    QWidget *page(int tab) const { return widget(tab); }
+};
