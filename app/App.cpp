@@ -39,14 +39,10 @@ InstanceLock::InstanceLock()
             ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
         if (!file)
             continue;
-        if (::flock(file.get(), LOCK_EX | LOCK_NB) == 0) {
-            m_file = std::move(file);
-            return;
-        }
-        if (errno == EWOULDBLOCK) {
+        if (::flock(file.get(), LOCK_EX | LOCK_NB) == 0)
+            m_locks.push_back(std::move(file));
+        else if (errno == EWOULDBLOCK)
             m_prevInstance = true;
-            return;
-        }
     }
 }
 

@@ -5,6 +5,8 @@
 
 #include <QString>
 
+#include <vector>
+
 /// The program as the system knows it.
 namespace App
 {
@@ -19,8 +21,9 @@ QString Title();
 /// toolkit's application object.
 QString Path();
 
-/// The user's claim to be running the program, which one process at a time has. The system takes
-/// it back when the process ends, however it ends.
+/// The user's claim to be running the program, which one process at a time has: a lock in the
+/// user's run-time folder and one in the settings folder, so that a start that knows only one of
+/// them meets it too. The system takes it back when the process ends, however it ends.
 class InstanceLock
 {
 public:
@@ -32,7 +35,7 @@ public:
     bool PrevInstance() const { return m_prevInstance; }
 
 private:
-    FileDescriptor m_file;
+    std::vector<FileDescriptor> m_locks;
     bool m_prevInstance = false;
 };
 

@@ -156,11 +156,6 @@ int Statement::execute()
     return sqlite3_changes(m_database);
 }
 
-qlonglong Statement::insertedRow() const
-{
-    return sqlite3_last_insert_rowid(m_database);
-}
-
 void Statement::bind(int index, const QVariant &value)
 {
     sqlite3_stmt *statement = m_statement.get();

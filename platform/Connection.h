@@ -22,7 +22,6 @@ public:
 
     /// The text with the data source: the file's path, between "Data Source=" and the last
     /// ";Persist", the last backslash standing for the separator before the file's name.
-    const QString &ConnectionString() const { return m_connectionString; }
     void ConnectionString(const QString &connectionString);
 
     /// The open database. Whenever the path has come to name another file than the open one, or
@@ -72,9 +71,6 @@ public:
 
     /// Runs the statement to its end and returns how many rows it changed itself.
     int execute();
-
-    /// The number of the row that the statement has inserted.
-    qlonglong insertedRow() const;
 
 private:
     struct Finalize {

@@ -50,8 +50,6 @@ public:
         return m_window.get();
     }
 
-    bool loaded() const { return m_window != nullptr; }
-
     /// It may be the window's own event that unloads it, so the object goes a little later.
     void Unload()
     {

@@ -228,10 +228,8 @@ void Recordset::insertPending()
     if (insertion.execute() != 1)
         throw Failure(SQLITE_CONSTRAINT, QStringLiteral("The database did not take the row."));
 
-    m_current = {insertion.insertedRow(),
-                 std::vector<QVariant>(static_cast<std::size_t>(m_columns.size()))};
-    m_position = Position::On;
-    settlePending();
+    m_pending.clear();
+    m_position = Position::End;
 }
 
 void Recordset::updatePending()
@@ -255,11 +253,6 @@ void Recordset::updatePending()
                      parameters);
     if (change.execute() != 1)
         throw Failure(Failure::RowChanged);
-    settlePending();
-}
-
-void Recordset::settlePending()
-{
     for (const auto &[index, value] : m_pending)
         m_current.values[index] = value;
     m_pending.clear();

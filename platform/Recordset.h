@@ -74,7 +74,8 @@ public:
     /// read.
     void AddNew();
 
-    /// Writes the pending row or change at once. A change is written only if the columns in it
+    /// Writes the pending row or change at once. Behind a new row there is no current one. A
+    /// change is written only if the columns in it
     /// still hold what was read, as stored; otherwise it is failure -2147217864. On any failure
     /// the pending row or change stays pending.
     void Update();
@@ -97,7 +98,6 @@ private:
     void seekCurrent();
     void insertPending();
     void updatePending();
-    void settlePending();
 
     Connection &m_connection;
     std::int32_t m_state = adStateClosed;

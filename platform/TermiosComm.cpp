@@ -49,7 +49,7 @@ void configure(int device, const LineSettings &wanted, bool pseudoTerminal)
     termios line = {};
     check(::tcgetattr(device, &line));
     ::cfmakeraw(&line);
-    line.c_iflag |= IGNBRK;
+    line.c_iflag = IGNBRK; // nothing stays of what another program has set
     if (wanted.checksParity)
         line.c_iflag |= INPCK | PARMRK;
     line.c_cflag &= ~(LineControlMask | CRTSCTS);
@@ -79,16 +79,17 @@ FileDescriptor openDevice(const QString &path, const LineSettings &settings)
         throw Failure::ofSystem(ENOTTY);
     check(::flock(device.get(), LOCK_EX | LOCK_NB));
 
-    // On a pseudo-terminal the exclusive mode would outlive the program.
     const bool pseudoTerminal = isPseudoTerminal(device.get());
-    if (!pseudoTerminal)
-        check(::ioctl(device.get(), TIOCEXCL));
     configure(device.get(), settings, pseudoTerminal);
 
     // Readers may be powered from these lines; a line without them says no, and needs none.
     const int lines = TIOCM_DTR | TIOCM_RTS;
     ::ioctl(device.get(), TIOCMBIS, &lines);
     check(::tcflush(device.get(), TCIOFLUSH));
+
+    // On a pseudo-terminal the exclusive mode would outlive the program.
+    if (!pseudoTerminal)
+        check(::ioctl(device.get(), TIOCEXCL));
     return device;
 }
 
@@ -193,6 +194,8 @@ void TermiosComm::giveBackDevice()
     m_readable.reset();
     m_writable.reset();
     m_unsent.clear();
+    if (m_device)
+        ::ioctl(m_device.get(), TIOCNXCL); // it lasts as long as anybody has the line open
     m_device.reset();
 }
 

@@ -88,6 +88,8 @@ void SaveSetting(const QString &application, const QString &section, const QStri
             throw Failure(Failure::PathFileAccess);
     }
     makeNewer(draft.fileName(), stored);
+    if (stored.exists())
+        QFile::setPermissions(draft.fileName(), stored.permissions());
     if (std::rename(QFile::encodeName(draft.fileName()).constData(),
                     QFile::encodeName(path).constData()) != 0)
         throw Failure(Failure::PathFileAccess);

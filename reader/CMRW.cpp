@@ -28,7 +28,31 @@ constexpr std::array ResultTexts{
     ResultText{CMRW::WriteTimeOut, "The writing card process time out."},
 };
 
+/// How long the reader gets to end an answer that has begun, and how often and for how many polls
+/// an answer to a command is looked for, in milliseconds and polls.
+constexpr std::int32_t AnswerTime = 500;
+constexpr std::int32_t PollTime = 100;
+constexpr int AcceptedPolls = 11;
+constexpr int DownloadPolls = 16;
+
+/// The answer of a reader that has waited too long for a card to write on.
+constexpr char NoCard = 29;
+
 constexpr char UnknownResult[] = "Unknown error code.";
+
+/// Failure 9 where the answer is too short.
+char byteAt(const QByteArray &answer, qsizetype index)
+{
+    if (index >= answer.size())
+        throw Failure(Failure::SubscriptOutOfRange);
+    return answer[index];
+}
+
+std::int32_t commandResult(const QByteArray &answer)
+{
+    const bool accepted = byteAt(answer, 0) == Frames::Stx && byteAt(answer, 1) != Frames::Nak;
+    return accepted ? CMRW::Success : CMRW::NotConnected;
+}
 
 /// Holds a busy flag for as long as an operation runs.
 class Busy
@@ -98,6 +122,16 @@ std::int32_t CMRW::Disconnect()
     });
 }
 
+std::int32_t CMRW::WriteTracks(std::int16_t /* i_iTimeout */, QString i_sTrack1, QString i_sTrack2,
+                               QString i_sTrack3)
+{
+    if (m_blnWriteBusy)
+        return Success;
+    const Busy busy(m_blnWriteBusy);
+    const Frames::Tracks tracks{std::move(i_sTrack1), std::move(i_sTrack2), std::move(i_sTrack3)};
+    return operate([&] { return write(tracks); });
+}
+
 std::int32_t CMRW::ReadTracks(std::int16_t i_iTimeout, QString &o_sTrack1, QString &o_sTrack2,
                               QString &o_sTrack3)
 {
@@ -125,6 +159,37 @@ void CMRW::DeviceType(std::int32_t i_DeviceType)
         m_CurrentEndSentinel = m_EndSentinels[static_cast<std::size_t>(i_DeviceType)];
 }
 
+std::int32_t CMRW::DownloadCommand(QByteArray &o_bSpec)
+{
+    return operate([&]() -> std::int32_t {
+        m_Comm.Output(Frames::buildDownloadCommand());
+        int poll = 0;
+        if (!answerArrives(DownloadPolls, poll) || poll > AcceptedPolls)
+            return TimeOut;
+        o_bSpec = m_Comm.Input();
+        return commandResult(o_bSpec);
+    });
+}
+
+std::int32_t CMRW::SetBaudRate_BCC(const QString &i_sBaudRate, Boolean i_blnBCC,
+                                   const QVariant &i_sOldParity)
+{
+    return operate([&]() -> std::int32_t {
+        char parameters = 0;
+        if (m_Comm.PortOpen()) {
+            if (i_sOldParity.typeId() != QMetaType::QString)
+                throw Failure(Failure::TypeMismatch);
+            parameters =
+                Frames::lineParameters(i_sBaudRate, i_blnBCC == True, i_sOldParity.toString());
+        }
+        m_Comm.Output(Frames::buildParameterCommand(parameters));
+        int poll = 0;
+        if (!answerArrives(AcceptedPolls, poll))
+            return TimeOut;
+        return commandResult(m_Comm.Input());
+    });
+}
+
 void CMRW::ShowErrorDescription(std::int32_t i_lResult)
 {
     QString message;
@@ -137,6 +202,61 @@ void CMRW::ErrorDescription(std::int32_t i_lResult, QString &o_sMessage) const
 {
     const auto found = std::ranges::find(ResultTexts, i_lResult, &ResultText::result);
     o_sMessage = QString::fromLatin1(found != ResultTexts.end() ? found->text : UnknownResult);
+}
+
+/// Returns once more than `i_lMilliseconds` have passed; delivers events meanwhile.
+void CMRW::Delay(std::int32_t i_lMilliseconds)
+{
+    operate([&] {
+        for (Span span(m_host); !span.exceeds(i_lMilliseconds);)
+            m_host.DoEvents();
+        return Success;
+    });
+}
+
+/// Looks for the answer to a command up to `polls` times. True once one has begun, and has had
+/// the time to end, with `poll` the number of the poll that met it, from 1; it is not read yet.
+bool CMRW::answerArrives(int polls, int &poll)
+{
+    for (poll = 1; poll <= polls; ++poll) {
+        Delay(PollTime);
+        if (m_Comm.InBufferCount() > 0) {
+            Delay(AnswerTime);
+            return true;
+        }
+        m_host.DoEvents();
+    }
+    return false;
+}
+
+std::int32_t CMRW::write(const Frames::Tracks &tracks)
+{
+    constexpr std::array NotAllowed{Track1NotAllowed, Track2NotAllowed, Track3NotAllowed};
+    for (std::size_t i = 0; i < tracks.size(); ++i) {
+        if (!Frames::isAllowedOnTrack(i, tracks[i]))
+            return NotAllowed[i];
+    }
+
+    m_blnCancel = False;
+    if (!m_Comm.PortOpen())
+        return NotConnected;
+    m_Comm.Output(
+        Frames::buildTracks(tracks, m_StartSentinels, m_CurrentEndSentinel, m_blnBCC == True));
+
+    while (m_Comm.InBufferCount() <= 0) {
+        m_host.DoEvents();
+        if (m_blnCancel)
+            return Cancelled;
+    }
+    Delay(AnswerTime);
+    switch (byteAt(m_Comm.Input(), 1)) {
+    case Frames::Nak:
+        return InvalidCard;
+    case NoCard:
+        return WriteTimeOut;
+    default:
+        return Success;
+    }
 }
 
 /// Runs `operation`; a failure in it becomes a message box and the result Success.

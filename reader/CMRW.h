@@ -5,7 +5,9 @@
 #include "platform/MSComm.h"
 #include "reader/Frames.h"
 
+#include <QByteArray>
 #include <QString>
+#include <QVariant>
 
 #include <cstdint>
 #include <functional>
@@ -57,6 +59,19 @@ public:
     QString Settings() const { return m_sSettings; }
     void Settings(const QString &i_sSettings) { m_sSettings = i_sSettings; }
 
+    /// Hands the reader up to three track texts to write on the next card, and waits until it
+    /// answers or Cancel is called; `i_iTimeout` bounds nothing. An empty text leaves its track
+    /// out. Allowed are the character codes 32 to 95 on track 1 and 48 to 62 on the others.
+    ///
+    /// Success: the reader has not refused; also when a write is running already. The tracks are
+    /// checked in order before the port is looked at: Track1NotAllowed, Track2NotAllowed or
+    /// Track3NotAllowed, with nothing sent. NotConnected, InvalidCard (the reader answered NAK),
+    /// WriteTimeOut (it answered 29) or Cancelled otherwise; an answer that comes after Cancel is
+    /// met by the next read. An answer of one byte, and a text of more than 32767 characters, are
+    /// failures.
+    std::int32_t WriteTracks(std::int16_t i_iTimeout, QString i_sTrack1, QString i_sTrack2,
+                             QString i_sTrack3);
+
     /// Takes one swipe from the reader. `i_iTimeout`, in milliseconds: the read gives up when
     /// nothing has arrived for longer than that; with 0 or less it ends only with a whole frame
     /// or with Cancel. A track that the frame holds replaces the text given for it, the others
@@ -77,6 +92,30 @@ public:
     std::int32_t DeviceType() const { return m_lDeviceType; }
     void DeviceType(std::int32_t i_DeviceType);
 
+    /// Asks what the reader tells of itself, and hands over its whole answer.
+    ///
+    /// Success: the reader has answered with STX and not NAK behind it. NotConnected: it answered
+    /// anything else, which `o_bSpec` holds too. TimeOut: no answer in about 1.6 s; one that comes
+    /// after about 1.1 s is not read either and stays in the port. `o_bSpec` is left as it was on
+    /// TimeOut and when the port is closed, which is a failure here. An answer of STX alone is a
+    /// failure, with the byte in `o_bSpec`.
+    std::int32_t DownloadCommand(QByteArray &o_bSpec);
+
+    /// Sets the reader's line. `i_sBaudRate`: rate, comma, parity letter in lower case, then
+    /// anything, as in "9600,e,8,1"; rates 1200, 2400, 4800 and 9600; a text that is none of the
+    /// known ones counts as 1200, or as odd parity. `i_blnBCC`: exactly True asks for a block
+    /// check byte in what is written. `i_sOldParity`: the parity letter of the line as it is now.
+    ///
+    /// Results as for DownloadCommand, TimeOut after about 1.1 s. Neither BCC nor Settings nor
+    /// the open port change: the caller brings them into line with the reader. On a closed port,
+    /// and with an old parity that is no text, it is a failure.
+    std::int32_t SetBaudRate_BCC(const QString &i_sBaudRate, Boolean i_blnBCC,
+                                 const QVariant &i_sOldParity);
+
+    /// Whether written frames carry a block check byte; only exactly True counts as yes.
+    Boolean BCC() const { return m_blnBCC; }
+    void BCC(Boolean i_blnBCC) { m_blnBCC = i_blnBCC; }
+
     /// Shows the text of a result code in a message box with the critical-stop icon; nothing for
     /// a code whose text is empty.
     void ShowErrorDescription(std::int32_t i_lResult);
@@ -91,6 +130,9 @@ public:
     std::int32_t ReadTrackDataType() const { return m_lReadTrackDataType; }
 
 private:
+    void Delay(std::int32_t i_lMilliseconds);
+    bool answerArrives(int polls, int &poll);
+    std::int32_t write(const Frames::Tracks &tracks);
     std::int32_t operate(const std::function<std::int32_t()> &operation);
     std::int32_t receiveFrame(std::int16_t i_iTimeout, Frames::ReceiveBuffer &frame);
 
@@ -103,7 +145,9 @@ private:
     std::int32_t m_lCommPort = 0;
     char m_CurrentEndSentinel = m_EndSentinels[0];
     std::int32_t m_lDeviceType = 0;
+    Boolean m_blnBCC = False;
     Boolean m_blnCancel = False;
     std::int32_t m_lReadTrackDataType = 0;
+    Boolean m_blnWriteBusy = False;
     Boolean m_blnReadBusy = False;
 };

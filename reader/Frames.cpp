@@ -3,12 +3,81 @@
 #include "platform/Failure.h"
 
 #include <algorithm>
+#include <bit>
 #include <functional>
 #include <limits>
 #include <numeric>
 
+namespace
+{
+
+struct CodeRange {
+    ushort first;
+    ushort last;
+};
+
+constexpr std::array<CodeRange, Frames::TrackCount> AllowedCodes{{{32, 95}, {48, 62}, {48, 62}}};
+
+/// A text of a command and the bits that stand for it.
+struct Choice {
+    QLatin1String text;
+    unsigned bits;
+};
+
+constexpr std::array Rates{
+    Choice{QLatin1String("1200"), 0},
+    Choice{QLatin1String("2400"), 1},
+    Choice{QLatin1String("4800"), 2},
+    Choice{QLatin1String("9600"), 3},
+};
+constexpr std::array Parities{
+    Choice{QLatin1String("o"), 0 << 2}, Choice{QLatin1String("e"), 1 << 2},
+    Choice{QLatin1String("m"), 2 << 2}, Choice{QLatin1String("s"), 3 << 2},
+    Choice{QLatin1String("n"), 3 << 2},
+};
+constexpr unsigned BlockCheckBit = 1 << 4;
+constexpr unsigned OwnParityBit = 1 << 7;
+
+template <typename Choices> unsigned bitsOf(const Choices &choices, const QString &text)
+{
+    const auto found = std::ranges::find(choices, text, &Choice::text);
+    return found != choices.end() ? found->bits : 0;
+}
+
+} // namespace
+
 namespace Frames
 {
+
+bool isAllowedOnTrack(std::size_t track, const QString &text)
+{
+    if (text.size() > std::numeric_limits<std::int16_t>::max())
+        throw Failure(Failure::Overflow);
+    const CodeRange allowed = AllowedCodes[track];
+    return std::ranges::all_of(text, [&](QChar character) {
+        return allowed.first <= character.unicode() && character.unicode() <= allowed.last;
+    });
+}
+
+QByteArray buildDownloadCommand()
+{
+    return {std::data({Stx, Esc, 'D', Etx}), 4};
+}
+
+QByteArray buildParameterCommand(char parameters)
+{
+    return {std::data({Stx, Esc, 'S', parameters, Etx}), 5};
+}
+
+char lineParameters(const QString &baudRate, bool blockCheck, const QString &oldParity)
+{
+    const unsigned bits = bitsOf(Rates, baudRate.left(4)) | bitsOf(Parities, baudRate.mid(5, 1)) |
+                          (blockCheck ? BlockCheckBit : 0);
+    const bool oddOnes = std::popcount(bits) % 2 != 0;
+    const bool ownParity =
+        (oldParity == u"o" && !oddOnes) || (oldParity == u"e" && oddOnes) || oldParity == u"m";
+    return static_cast<char>(bits | (ownParity ? OwnParityBit : 0));
+}
 
 QByteArray buildTracks(const Tracks &tracks, const StartSentinels &startSentinels, char endSentinel,
                        bool withBlockCheck)

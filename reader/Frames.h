@@ -36,6 +36,23 @@ inline constexpr EndSentinels DefaultEndSentinels{'?', '<'};
 QByteArray buildTracks(const Tracks &tracks, const StartSentinels &startSentinels, char endSentinel,
                        bool withBlockCheck);
 
+/// Whether all characters of a text may stand on a track, 0 to 2: codes 32 to 95 on the first
+/// track, 48 to 62 on the others. A character that ISO 8859-1 lacks may not. Failure 6 when the
+/// text is longer than 32767 characters.
+bool isAllowedOnTrack(std::size_t track, const QString &text);
+
+/// The command that asks the reader what it tells of itself: STX ESC "D" ETX.
+QByteArray buildDownloadCommand();
+
+/// The command that sets the reader's line, STX ESC "S" `parameters` ETX.
+QByteArray buildParameterCommand(char parameters);
+
+/// The parameter byte of that command. Bits 0 and 1 stand for the rate, the first four characters
+/// of `baudRate`; bits 2 and 3 for the parity, its sixth character; bit 4 for the block check.
+/// Bit 7 makes the byte's own parity that of `oldParity`, the parity letter that the reader's
+/// line has now. Letters are lower case; what is none of the known texts leaves its bits 0.
+char lineParameters(const QString &baudRate, bool blockCheck, const QString &oldParity);
+
 /// The XOR of all bytes behind the first.
 char blockCheck(const QByteArray &frame);
 

@@ -19,6 +19,9 @@ public:
     /// The device that the clock opens.
     QString device() const { return m_device; }
 
+    /// The reader's end of the line, to be waited on.
+    int descriptor() const { return m_reader.get(); }
+
     /// Makes `path` a link to the device, in place of an earlier link but never of anything else;
     /// the link goes with the object. Failure 75 when it cannot be made.
     void linkAt(const QString &path);

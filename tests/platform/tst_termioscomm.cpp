@@ -147,6 +147,23 @@ private Q_SLOTS:
         }
     }
 
+    void nothing_stays_of_earlier_line_flags()
+    {
+        VirtualReader reader;
+        const FileDescriptor line(::open(reader.device().toUtf8().constData(), O_RDWR | O_NOCTTY));
+        termios flags = {};
+        tcgetattr(line.get(), &flags);
+        flags.c_iflag |= IGNPAR | INPCK | IXOFF | IXANY | ISTRIP;
+        QCOMPARE(tcsetattr(line.get(), TCSANOW, &flags), 0);
+        for (const bool checked : {false, true}) {
+            TermiosComm comm = onLine(reader);
+            comm.Settings(checked ? QStringLiteral("9600,O,7,1") : QStringLiteral("9600,N,8,1"));
+            QVERIFY(opens(comm));
+            tcgetattr(line.get(), &flags);
+            QCOMPARE(flags.c_iflag, tcflag_t(checked ? IGNBRK | INPCK | PARMRK : IGNBRK));
+        }
+    }
+
     void waiting_bytes_are_bounded()
     {
         VirtualReader reader;

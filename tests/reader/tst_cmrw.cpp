@@ -1,25 +1,8 @@
-#include "reader/CMRW.h"
-#include "tests/doubles/ScriptedComm.h"
-#include "tests/doubles/ScriptedHost.h"
+#include "tests/doubles/ReaderBench.h"
 
 #include <QtTest>
 
 #include <limits>
-
-/// A driver on an open scripted link.
-struct Bench {
-    Bench() { comm.open = true; }
-
-    std::int32_t read(std::int16_t timeout = 200)
-    {
-        return driver.ReadTracks(timeout, tracks[0], tracks[1], tracks[2]);
-    }
-
-    ScriptedHost host;
-    ScriptedComm comm;
-    CMRW driver{host, comm};
-    std::array<QString, 3> tracks{QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c")};
-};
 
 class TestCMRW : public QObject
 {
@@ -28,7 +11,7 @@ class TestCMRW : public QObject
 private Q_SLOTS:
     void connecting()
     {
-        Bench t;
+        ReaderBench t;
         t.comm.open = false;
         QCOMPARE(t.driver.Disconnect(), -3);
         t.driver.CommPort(2);
@@ -49,7 +32,7 @@ private Q_SLOTS:
 
     void connecting_fails()
     {
-        Bench t;
+        ReaderBench t;
         t.comm.open = false;
         t.driver.CommPort(32768);
         QCOMPARE(t.driver.Connect(), -2);
@@ -62,7 +45,7 @@ private Q_SLOTS:
 
     void deviceType()
     {
-        Bench t;
+        ReaderBench t;
         t.driver.DeviceType(2);
         QCOMPARE(t.driver.DeviceType(), 2);
     }
@@ -86,7 +69,7 @@ private Q_SLOTS:
     void descriptions()
     {
         QFETCH(QString, text);
-        Bench t;
+        ReaderBench t;
         const int code = QByteArray(QTest::currentDataTag()).toInt();
         QString message = QStringLiteral("before");
         t.driver.ErrorDescription(code, message);
@@ -133,7 +116,7 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, bytes);
         for (const int batch : {1, int(bytes.size())}) {
-            Bench t;
+            ReaderBench t;
             t.comm.received = "\2;x?\3";
             QString ignored;
             // The last read's data type is 0 or 1; 7 in the table stands for "as it was".
@@ -171,7 +154,7 @@ private Q_SLOTS:
     void frames_past_the_buffer()
     {
         QFETCH(QByteArray, bytes);
-        Bench t;
+        ReaderBench t;
         t.comm.received = bytes;
         t.host.onBox = [&] { QCOMPARE(t.read(), 0); }; // still busy while the box is open
         QCOMPARE(t.read(), 0);
@@ -185,7 +168,7 @@ private Q_SLOTS:
 
     void timeouts()
     {
-        Bench t;
+        ReaderBench t;
         t.host.ticksPerPass = 50;
         QCOMPARE(t.read(), -4);
         QCOMPARE(t.host.passes, 5); // 200 ms are not yet more than 200
@@ -213,7 +196,7 @@ private Q_SLOTS:
     void cancel()
     {
         QFETCH(int, timeout);
-        Bench t;
+        ReaderBench t;
         t.driver.Cancel(); // without effect before the read
         t.host.onEvents = [&](int pass) {
             if (pass == 500) {
@@ -229,7 +212,7 @@ private Q_SLOTS:
 
     void a_read_inside_a_read_does_nothing()
     {
-        Bench t;
+        ReaderBench t;
         t.host.onEvents = [&](int) {
             QString track = QStringLiteral("kept");
             t.comm.received = "\2;1?\3";
@@ -242,7 +225,7 @@ private Q_SLOTS:
 
     void no_port()
     {
-        Bench t;
+        ReaderBench t;
         t.comm.open = false;
         QCOMPARE(t.read(), -3);
         QCOMPARE(t.host.passes, 0);
@@ -254,7 +237,7 @@ private Q_SLOTS:
     /// The Options dialog does that under a waiting read.
     void a_port_reopened_under_the_read()
     {
-        Bench t;
+        ReaderBench t;
         t.comm.received = "\2;12";
         t.host.onEvents = [&](int pass) {
             if (pass == 1) {

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "platform/FileDescriptor.h"
+
+#include <signal.h>
+#include <sys/signalfd.h>
+
+/// The wish of a user or of the system that the program end, by Ctrl-C or a signal, as a
+/// descriptor that can be read. While it lives these signals do nothing else.
+class EndRequests
+{
+public:
+    EndRequests()
+    {
+        sigset_t signals;
+        sigemptyset(&signals);
+        for (const int number : {SIGINT, SIGTERM, SIGHUP})
+            sigaddset(&signals, number);
+        sigprocmask(SIG_BLOCK, &signals, &m_before);
+        m_requests = FileDescriptor(signalfd(-1, &signals, SFD_CLOEXEC));
+    }
+    ~EndRequests() { sigprocmask(SIG_SETMASK, &m_before, nullptr); }
+    EndRequests(const EndRequests &) = delete;
+    EndRequests &operator=(const EndRequests &) = delete;
+
+    int descriptor() const { return m_requests.get(); }
+
+private:
+    sigset_t m_before;
+    FileDescriptor m_requests;
+};
