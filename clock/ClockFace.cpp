@@ -171,6 +171,10 @@ void ClockFace::addDateAndButtons(QWidget &window)
     txtDate->setPalette(colours);
     txtDate->setFont(windowFont(DatePoints, true));
     place(*txtDate, DatePlacement);
+    QObject::connect(txtDate, &QLineEdit::textChanged, [this](const QString &date) {
+        constexpr int Margin = 4; // of frame, padding and cursor
+        txtDate->setFont(fittedFont(txtDate->font(), date, txtDate->width() - 2 * Margin));
+    });
 
     for (const Caption &caption : CommandCaptions) {
         auto *button = new QPushButton(QString::fromLatin1(caption.text), &window);

@@ -60,6 +60,9 @@ void SwipeHandling::punch(const QString &badgeNumber)
                                                    : QStringLiteral("Clock Out"));
     m_punchInformation->Show();
 
+    // The store may have to wait for others; the person is to see the punch meanwhile.
+    m_environment.conOV.onLocked = [this] { m_punchInformation->Refresh(); };
     SavePunch(m_host, m_environment, badgeNumber, m_host.Now(),
               clockIn ? ClockInStatus : ClockOutStatus);
+    m_environment.conOV.onLocked = {};
 }

@@ -2,9 +2,13 @@
 
 #include "dialogs/punch32.xpm"
 
+#include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QIcon>
 #include <QPainter>
+#include <QPointer>
 #include <QPushButton>
+#include <QWindow>
 
 #include <array>
 
@@ -96,6 +100,20 @@ void frmPunchInformation::Show()
     show();
     raise();
     activateWindow();
+    if (windowHandle()->isExposed())
+        repaint();
+}
+
+void frmPunchInformation::Refresh()
+{
+    constexpr int LongestWait = 250;
+    const QDeadlineTimer limit(LongestWait, Qt::PreciseTimer);
+    const QPointer<QWidget> window(this); // the window system may close it meanwhile
+    while (window && isVisible() && !windowHandle()->isExposed() && !limit.hasExpired())
+        QCoreApplication::processEvents(
+            QEventLoop::ExcludeUserInputEvents | QEventLoop::WaitForMoreEvents, LongestWait);
+    if (window)
+        repaint();
 }
 
 void frmPunchInformation::paintEvent(QPaintEvent *event)

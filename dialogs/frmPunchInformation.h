@@ -11,8 +11,13 @@ public:
     frmPunchInformation();
 
     /// Shows the window without waiting for the person; when it is on the screen already it is
-    /// restored and raised.
+    /// restored and raised, and shows at once what it was filled with.
     void Show();
+
+    /// Waits until a window that was just shown is on the screen with its texts, for what follows
+    /// may block for long; a quarter of a second at the most. No input of the user is delivered
+    /// meanwhile.
+    void Refresh();
 
     TextBox *txtEmployee;
     TextBox *txtBadgeNumber;

@@ -4,6 +4,7 @@
 
 #include <QDateTime>
 #include <QFile>
+#include <QThread>
 
 #include <sys/stat.h>
 
@@ -91,11 +92,26 @@ Connection::Database Connection::open(const QByteArray &path)
     if (sqlite3_db_readonly(opened, "main") == 1)
         throw Failure(SQLITE_READONLY, QString::fromUtf8(sqlite3_errstr(SQLITE_READONLY)));
 
-    sqlite3_busy_timeout(opened, ConnectionTimeout * MillisecondsPerSecond);
+    m_timeout = ConnectionTimeout;
+    sqlite3_busy_handler(opened, &Connection::waitForOthers, this);
     if (sqlite3_exec(opened, "PRAGMA synchronous = FULL", nullptr, nullptr, nullptr) != SQLITE_OK)
         fail(opened);
-    sqlite3_busy_timeout(opened, CommandTimeout * MillisecondsPerSecond);
+    m_timeout = CommandTimeout;
     return database;
+}
+
+/// Called by SQLite each time that it finds the file locked: 1 to try again, 0 to give up.
+int Connection::waitForOthers(void *connection, int earlierWaits)
+{
+    constexpr unsigned long WaitMilliseconds = 10;
+    auto *self = static_cast<Connection *>(connection);
+    if (earlierWaits == 0) {
+        self->m_patience.setRemainingTime(self->m_timeout * MillisecondsPerSecond);
+        if (self->onLocked)
+            self->onLocked();
+    }
+    QThread::msleep(WaitMilliseconds);
+    return self->m_patience.hasExpired() ? 0 : 1;
 }
 
 Statement::Statement(Connection &connection, const QString &sql,

@@ -1,12 +1,14 @@
 #pragma once
 
 #include <QByteArray>
+#include <QDeadlineTimer>
 #include <QString>
 #include <QVariant>
 
 #include <sqlite3.h>
 #include <sys/types.h>
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -23,6 +25,9 @@ public:
     /// The text with the data source: the file's path, between "Data Source=" and the last
     /// ";Persist", the last backslash standing for the separator before the file's name.
     void ConnectionString(const QString &connectionString);
+
+    /// Runs when a command meets a database that others have locked, before it waits for them.
+    std::function<void()> onLocked;
 
     /// The open database. Whenever the path has come to name another file than the open one, or
     /// none, the open one is left and the path opened anew.
@@ -42,11 +47,14 @@ private:
     };
 
     static FileIdentity identify(const QByteArray &path);
-    static Database open(const QByteArray &path);
+    static int waitForOthers(void *connection, int earlierWaits);
+    Database open(const QByteArray &path);
 
     QString m_connectionString;
     Database m_database;
     FileIdentity m_openFile;
+    int m_timeout = ConnectionTimeout;
+    QDeadlineTimer m_patience; ///< ends the wait for others
 };
 
 /// One statement, from its preparation to its end. It must not outlive the use it is made for: a

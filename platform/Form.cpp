@@ -3,9 +3,9 @@
 #include "platform/Controls.h"
 
 #include <QCloseEvent>
-#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QScreen>
+#include <QWindow>
 
 Form::Form(const QString &name, const QString &caption, int clientWidth, int clientHeight,
            Qt::WindowFlags titleBarButtons)
@@ -40,8 +40,44 @@ void Form::closeEvent(QCloseEvent *event)
         unloaded();
 }
 
+namespace
+{
+
+void moveToCentre(QWidget &window)
+{
+    QRect frame = window.frameGeometry();
+    frame.moveCenter(window.screen()->availableGeometry().center());
+    window.move(frame.topLeft());
+}
+
+/// Centres a window when it is first exposed, and goes.
+class CentreOnExpose : public QObject
+{
+public:
+    explicit CentreOnExpose(QWidget &window) : QObject(&window), m_window(window)
+    {
+        window.windowHandle()->installEventFilter(this);
+    }
+
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        if (event->type() == QEvent::Expose) {
+            moveToCentre(m_window);
+            m_window.windowHandle()->removeEventFilter(this);
+            deleteLater();
+        }
+        return false;
+    }
+
+private:
+    QWidget &m_window;
+};
+
+} // namespace
+
 void centreOnScreen(QWidget &window)
 {
-    const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
-    window.move(screen.center() - window.rect().center());
+    window.winId(); // makes its window on the screen, still hidden
+    moveToCentre(window);
+    new CentreOnExpose(window);
 }
