@@ -99,6 +99,7 @@ void ClockFace::addPictures(QWidget &window)
 {
     constexpr int FigureCount = ColonFigure + 1;
     std::vector<QPixmap> figures;
+    figures.reserve(FigureCount);
     for (int figure = 0; figure < FigureCount; ++figure)
         figures.push_back(QPixmap::fromImage(drawFigure(figure)));
 

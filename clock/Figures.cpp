@@ -233,7 +233,7 @@ QImage drawFigure(int figure)
         std::array<int, FigureWidth> lit{};
         for (int line = row * SamplesAcross; line < (row + 1) * SamplesAcross; ++line) {
             const double y = sampleCentre(line);
-            std::array<bool, FigureWidth * SamplesAcross> samples{};
+            std::array<bool, std::size_t{FigureWidth} * SamplesAcross> samples{};
             for (const Band &band : Figures[figure])
                 if (y >= band.top && y < band.bottom)
                     std::fill(samples.begin() + firstSample(band.left.at(y)),

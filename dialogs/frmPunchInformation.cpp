@@ -62,13 +62,20 @@ constexpr int SeparatorLeft = 120;
 constexpr int SeparatorRight = 3720;
 constexpr int SeparatorTop = 1560;
 
+/// Made once: the toolkit keeps a copy of every icon that it ever showed, up to some megabytes.
+const QIcon &pictureOfAPunch()
+{
+    static const auto *const icon = new QIcon(QPixmap(punch32_xpm));
+    return *icon;
+}
+
 } // namespace
 
 frmPunchInformation::frmPunchInformation()
     : Form(QStringLiteral("frmPunchInformation"), QStringLiteral("Punch Information"), ClientWidth,
            ClientHeight, Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint)
 {
-    setWindowIcon(QPixmap(punch32_xpm));
+    setWindowIcon(pictureOfAPunch());
     setFont(windowFont(WindowFontPoints));
 
     // The boxes stand on the window's grey, set apart by their sunken frames alone.

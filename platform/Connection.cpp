@@ -11,7 +11,7 @@
 namespace
 {
 
-constexpr int MillisecondsPerSecond = 1000;
+constexpr qint64 MillisecondsPerSecond = 1000;
 
 /// How a file of the Jet database engine begins, four bytes in.
 constexpr char JetMark[] = "Standard Jet DB";

@@ -192,16 +192,22 @@ QString formatDateTime(const QDateTime &dateTime, const QLocale &locale)
 
 QString longTimePattern(const QLocale &locale)
 {
+    static const QString KnownLetters = QStringLiteral("hHmsaApP");
     const QString pattern = locale.timeFormat(QLocale::LongFormat);
     QString withoutZone;
     bool quoted = false;
     for (const QChar letter : pattern) {
         if (letter == u'\'')
             quoted = !quoted;
-        if (quoted || letter != u't')
-            withoutZone += letter;
+        if (!quoted && letter == u't')
+            continue;
+        // A few formats have letters that the toolkit would show as they are.
+        if (!quoted && letter.unicode() < 0x80 && letter.isLetter() &&
+            !KnownLetters.contains(letter))
+            return PlainTime;
+        withoutZone += letter;
     }
-    return withoutZone.remove(QStringLiteral("()")).simplified();
+    return withoutZone.remove(QStringLiteral("()")).remove(QStringLiteral("[]")).simplified();
 }
 
 QString formatTimeOfDay(const QTime &time, const QLocale &locale)

@@ -48,6 +48,7 @@ SSTab::SSTab(const QStringList &captions, const Placement &placement, int tabHei
     : QTabWidget(parent)
 {
     place(*this, placement);
+    setFocusPolicy(Qt::NoFocus); // the bar takes it; a second stop would keep it for good
     setTabBar(new EvenTabBar(width(), tabHeight, this));
     for (const QString &caption : captions)
         addTab(new QWidget, caption);

@@ -12,20 +12,28 @@ class EndRequests
 public:
     EndRequests()
     {
-        sigset_t signals;
-        sigemptyset(&signals);
+        sigemptyset(&m_signals);
         for (const int number : {SIGINT, SIGTERM, SIGHUP})
-            sigaddset(&signals, number);
-        sigprocmask(SIG_BLOCK, &signals, &m_before);
-        m_requests = FileDescriptor(signalfd(-1, &signals, SFD_CLOEXEC));
+            sigaddset(&m_signals, number);
+        sigprocmask(SIG_BLOCK, &m_signals, &m_before);
+        m_requests = FileDescriptor(signalfd(-1, &m_signals, SFD_CLOEXEC));
     }
-    ~EndRequests() { sigprocmask(SIG_SETMASK, &m_before, nullptr); }
+
+    /// Takes the requests that have come, which were met, so that they do not end the process.
+    ~EndRequests()
+    {
+        const timespec noWait = {};
+        while (sigtimedwait(&m_signals, nullptr, &noWait) > 0) {
+        }
+        sigprocmask(SIG_SETMASK, &m_before, nullptr);
+    }
     EndRequests(const EndRequests &) = delete;
     EndRequests &operator=(const EndRequests &) = delete;
 
     int descriptor() const { return m_requests.get(); }
 
 private:
+    sigset_t m_signals;
     sigset_t m_before;
     FileDescriptor m_requests;
 };

@@ -65,7 +65,7 @@ ReaderProtocol::Reply ReaderProtocol::replyTo(const QByteArray &request)
     } else if (const QByteArray frame = blockCheck ? request.chopped(1) : request;
                blockCheck && Frames::blockCheck(frame) != request.back()) {
         reply.event = QStringLiteral("wrong block check");
-        reply.answer = frameOf(QByteArray(1, Nak));
+        reply.answer = manner == Manner::Never ? QByteArray() : frameOf(QByteArray(1, Nak));
     } else {
         reply.event = QStringLiteral("card %1").arg(QString::fromLatin1(frame.mid(1).chopped(1)));
         reply.answer = answer(accepted);

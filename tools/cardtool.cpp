@@ -9,7 +9,9 @@
 #include <QRegularExpression>
 #include <QSocketNotifier>
 
+#include <cerrno>
 #include <iostream>
+#include <utility>
 
 namespace
 {
@@ -41,7 +43,8 @@ void say(const QString &what)
     std::cout << qPrintable(what) << std::endl;
 }
 
-/// The real machine at a terminal: a message box is a line on standard error.
+/// The real machine at a terminal: a message box is a line on standard error, and so is the
+/// prompt, said once when the driver begins to wait.
 class ConsoleHost : public EventLoopHost
 {
 public:
@@ -52,7 +55,15 @@ public:
         fail(text);
     }
 
+    void DoEvents() override
+    {
+        if (const char *said = std::exchange(prompt, nullptr))
+            std::cerr << said << std::endl;
+        EventLoopHost::DoEvents();
+    }
+
     bool hasFailed = false;
+    const char *prompt = nullptr;
 };
 
 struct Options {
@@ -100,7 +111,7 @@ public:
     int read()
     {
         constexpr std::int16_t NoTimeout = 0;
-        std::cerr << "Swipe a card, or press Ctrl-C." << std::endl;
+        m_host.prompt = "Swipe a card, or press Ctrl-C.";
         Frames::Tracks tracks;
         const auto result = m_driver.ReadTracks(NoTimeout, tracks[0], tracks[1], tracks[2]);
         return end(result, QStringLiteral("Read ") + describe(tracks));
@@ -108,7 +119,7 @@ public:
 
     int write(Frames::Tracks tracks)
     {
-        std::cerr << "Swipe the card to write, or press Ctrl-C." << std::endl;
+        m_host.prompt = "Swipe the card to write, or press Ctrl-C.";
         const auto result = m_driver.WriteTracks(0, tracks[0], tracks[1], tracks[2]);
         return end(result, QStringLiteral("Wrote ") + describe(tracks));
     }
@@ -167,15 +178,67 @@ bool connectReader(CMRW &driver, TermiosComm &link, const QString &port)
         return true;
     QString why;
     driver.ErrorDescription(result, why);
+    // The driver keeps the reason to itself, so the link is asked once more.
     try {
-        // The driver keeps the reason to itself, so the link is asked once more.
         link.Settings(driver.Settings());
+    } catch (const Failure &) {
+        fail(why + QStringLiteral(" There are no such settings as %1.").arg(driver.Settings()));
+        return false;
+    }
+    try {
         link.PortOpen(true);
     } catch (const Failure &failure) {
-        why += QStringLiteral(" %1: %2").arg(port, failure.description);
+        why += failure.number == EWOULDBLOCK
+                   ? QStringLiteral(" Another program has %1; close it first.").arg(port)
+                   : QStringLiteral(" %1: %2").arg(port, failure.description);
     }
     fail(why);
     return false;
+}
+
+const QRegularExpression &comPort()
+{
+    static const QRegularExpression name(QStringLiteral("^COM([1-9][0-9]{0,3})$"));
+    return name;
+}
+
+/// The parity letter of the reader's line until now.
+QString oldParity(const QCommandLineParser &parser, const Options &options)
+{
+    return parser.isSet(options.oldParity)
+               ? parser.value(options.oldParity)
+               : parser.value(options.settings).section(u',', 1, 1).toLower();
+}
+
+/// What is wrong with the command line, in words; empty when nothing is.
+QString mistakeIn(const QCommandLineParser &parser, const Options &options)
+{
+    static const QRegularExpression line(
+        QStringLiteral("^(1200|2400|4800|9600),[oemsn],[78],[12]$"));
+    static const QRegularExpression parityLetter(QStringLiteral("^[oemsn]$"));
+
+    const QStringList arguments = parser.positionalArguments();
+    const QString command = arguments.value(0);
+    const qsizetype count = arguments.size() - 1;
+    const QString port = parser.value(options.port);
+    if (!QStringList{"read", "write", "info", "set-line"}.contains(command))
+        return QStringLiteral("Tell me to read, write, info or set-line.");
+    if (!comPort().match(port).hasMatch() && !port.contains(u'/'))
+        return QStringLiteral("%1 is no port: take COM1, COM2, ... or a path.").arg(port);
+    if (!QStringList{"0", "1"}.contains(parser.value(options.deviceType)))
+        return QStringLiteral("The device type is 0 or 1.");
+    if (command == u"write" ? count < 1 || count > 3 : count != (command == u"set-line" ? 1 : 0))
+        return QStringLiteral("%1 does not go with %2 texts.").arg(command).arg(count);
+    if (command != u"set-line")
+        return {};
+    if (!line.match(arguments[1].toLower()).hasMatch())
+        return QStringLiteral("%1 is no line that a reader can have, as 9600,e,8,1 is.")
+            .arg(arguments[1]);
+    if (!QStringList{"on", "off"}.contains(parser.value(options.bcc)))
+        return QStringLiteral("--bcc is on or off.");
+    if (!parityLetter.match(oldParity(parser, options)).hasMatch())
+        return QStringLiteral("The old parity is one of the letters o, e, m, s and n.");
+    return {};
 }
 
 } // namespace
@@ -186,37 +249,23 @@ int main(int argc, char *argv[])
     QCommandLineParser parser;
     const Options options;
     parser.setApplicationDescription(QString::fromLatin1(Description));
-    parser.addHelpOption();
     parser.addOptions({options.port, options.settings, options.blockCheck, options.deviceType,
                        options.bcc, options.oldParity});
     parser.addPositionalArgument(QStringLiteral("command"),
                                  QStringLiteral("read, write, info or set-line"));
-    parser.process(application);
+    const QCommandLineOption help = parser.addHelpOption();
+    const bool isParsed = parser.parse(QCoreApplication::arguments());
+    if (parser.isSet(help))
+        parser.showHelp();
+    const QString mistake = isParsed ? mistakeIn(parser, options) : parser.errorText();
+    if (!mistake.isEmpty())
+        return fail(mistake + QStringLiteral(" (--help tells all.)"), NotUnderstood);
 
     QStringList arguments = parser.positionalArguments();
-    const QString command = arguments.isEmpty() ? QString() : arguments.takeFirst();
-    const qsizetype count = arguments.size();
+    const QString command = arguments.takeFirst();
     const QString settings = parser.value(options.settings);
-    QString oldParity = parser.value(options.oldParity);
-    if (oldParity.isEmpty())
-        oldParity = settings.section(u',', 1, 1).toLower();
-
-    static const QRegularExpression line(
-        QStringLiteral("^(1200|2400|4800|9600),[oemsn],[78],[12]$"));
-    static const QRegularExpression parityLetter(QStringLiteral("^[oemsn]$"));
-    const bool isUnderstood =
-        ((command == u"read" || command == u"info") && count == 0) ||
-        (command == u"write" && count >= 1 && count <= 3) ||
-        (command == u"set-line" && count == 1 && line.match(arguments[0].toLower()).hasMatch() &&
-         parityLetter.match(oldParity).hasMatch() &&
-         QStringList{"on", "off"}.contains(parser.value(options.bcc)));
-    static const QRegularExpression comPort(QStringLiteral("^COM([1-9][0-9]{0,3})$"));
-    const auto numbered = comPort.match(parser.value(options.port));
     const QString device = parser.value(options.port);
-    if (!isUnderstood || !QStringList{"0", "1"}.contains(parser.value(options.deviceType)) ||
-        (!numbered.hasMatch() && !device.contains(u'/')))
-        return fail(QStringLiteral("I do not understand that; --help tells what I do."),
-                    NotUnderstood);
+    const auto numbered = comPort().match(device);
 
     ConsoleHost host;
     TermiosComm link(
@@ -245,7 +294,8 @@ int main(int argc, char *argv[])
     else if (command == u"info")
         status = run.info();
     else
-        status = run.setLine(arguments[0].toLower(), parser.value(options.bcc) == u"on", oldParity);
+        status = run.setLine(arguments[0].toLower(), parser.value(options.bcc) == u"on",
+                             oldParity(parser, options));
     driver.Disconnect();
     return status;
 }

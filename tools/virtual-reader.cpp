@@ -46,6 +46,11 @@ void say(const QString &line)
     std::cout << qPrintable(line) << std::endl;
 }
 
+void complain(const QString &why)
+{
+    std::cerr << "virtual-reader: " << qPrintable(why) << std::endl;
+}
+
 bool setManner(ReaderProtocol &protocol, const QString &name)
 {
     for (const MannerName &known : Manners) {
@@ -54,7 +59,7 @@ bool setManner(ReaderProtocol &protocol, const QString &name)
             return true;
         }
     }
-    std::cerr << "virtual-reader: no such manner of answering: " << qPrintable(name) << '\n';
+    complain(QStringLiteral("no such manner of answering: ") + name);
     return false;
 }
 
@@ -93,7 +98,11 @@ private:
         }
         m_input.append(bytes.data(), count);
         for (qsizetype end = m_input.indexOf('\n'); end >= 0; end = m_input.indexOf('\n')) {
-            obey(QString::fromUtf8(m_input.left(end)).trimmed());
+            try {
+                obey(QString::fromUtf8(m_input.left(end)).trimmed());
+            } catch (const Failure &failure) {
+                complain(failure.description);
+            }
             m_input.remove(0, end + 1);
         }
     }
@@ -146,7 +155,7 @@ int main(int argc, char *argv[])
     if (!setManner(protocol, parser.value(answer)))
         return 2;
     if (!parser.isSet(link)) {
-        std::cerr << "virtual-reader: tell where to link the device with --link\n";
+        complain(QStringLiteral("tell where to link the device with --link"));
         return 2;
     }
 
@@ -154,7 +163,7 @@ int main(int argc, char *argv[])
         const Session session(std::move(protocol), parser.value(link));
         return QCoreApplication::exec();
     } catch (const Failure &failure) {
-        std::cerr << "virtual-reader: " << qPrintable(failure.description) << '\n';
+        complain(failure.description);
         return 1;
     }
 }

@@ -1,53 +1,36 @@
 #include "app/App.h"
-#include "app/Initial.h"
-#include "app/Settings.h"
 #include "app/frmMain.h"
 #include "platform/EventLoopHost.h"
 #include "platform/RegionalFormat.h"
-#include "tests/doubles/ScriptedHost.h"
+#include "tests/doubles/RecordingHost.h"
+#include "tests/doubles/Table.h"
 #include "tests/doubles/TemporaryHome.h"
 #include "tests/doubles/TestDatabase.h"
 #include "tools/VirtualReader.h"
 
 #include <QComboBox>
-#include <QtTest>
 
-/// The real passing of time and events, with the time of day and the ends in the test's hands.
-class BenchHost : public EventLoopHost
+/// The real passing of time and events.
+class BenchHost : public RecordingHost<EventLoopHost>
 {
 public:
-    using Host::MsgBox;
     void DoEvents() override
     {
-        ++passes;
         EventLoopHost::DoEvents();
-        if (insidePoll)
-            insidePoll();
+        countPass();
     }
-    void MsgBox(const QString &text, const QString &title, MsgBoxIcon icon) override
+    void turnTo(int day, int hour, int minute, int second)
     {
-        boxes.append({text, title, icon});
-        if (onBox)
-            onBox();
+        now = QDateTime(QDate(2026, 3, day), QTime(hour, minute, second));
     }
-    QDateTime Now() override { return now; }
-    void End() override { ++ended; }
-
-    QDateTime now{QDate(2026, 3, 9), QTime(9, 5, 7)};
-    QList<ScriptedHost::Box> boxes;
-    std::function<void()> insidePoll;
-    std::function<void()> onBox;
-    int passes = 0;
-    int ended = 0;
 };
 
 /// A clock on a database and a reader of its own.
 struct Bench {
     explicit Bench(const TemporaryHome &home, const QByteArray &settings = {})
-        : reader(std::make_unique<VirtualReader>())
     {
         home.writeSettings(settings);
-        reader->linkAt(home.path(QStringLiteral("Tavrel/COM1")));
+        reader->linkAt(home.path("Tavrel/COM1"));
         environment.conOV.ConnectionString(database.connectionString());
         window = std::make_unique<frmMain>(host, environment);
         window->Show();
@@ -62,9 +45,14 @@ struct Bench {
         return nullptr;
     }
     static QWidget *dialog() { return topLevel("frmPunchInformation"); }
-    static QString shown(const char *box)
+
+    /// What the punch dialog's boxes show, from top to bottom.
+    static QStringList shown()
     {
-        return dialog()->findChild<QLineEdit *>(QLatin1String(box))->text();
+        QStringList texts;
+        for (const char *box : {"txtEmployee", "txtBadgeNumber", "txtPunchType", "txtDateTime"})
+            texts += dialog()->findChild<QLineEdit *>(box)->text();
+        return texts;
     }
 
     /// The clock's six digits, as the images in front tell them.
@@ -83,10 +71,12 @@ struct Bench {
         return database.run(QByteArray("SELECT ") + columns + " FROM RawDataDetails");
     }
 
+    void click(QWidget *control) { QTest::mouseClick(control, Qt::LeftButton); }
+
     BenchHost host;
     TestDatabase database;
     DataEnvironment environment;
-    std::unique_ptr<VirtualReader> reader;
+    std::unique_ptr<VirtualReader> reader = std::make_unique<VirtualReader>();
     std::unique_ptr<frmMain> window;
 };
 
@@ -95,24 +85,10 @@ class TestFrmMain : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void connectionString_data()
-    {
-        QTest::addColumn<QString>("folder");
-        for (const char *folder : {"/opt/tavrel", "/", "C:\\", "/a;b"})
-            QTest::newRow(folder) << QString::fromLatin1(folder);
-    }
-    void connectionString()
-    {
-        QFETCH(QString, folder);
-        QCOMPARE(Initial::connectionString(folder),
-                 "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + folder +
-                     "\\Orvanta.mdb;Persist Security Info=False");
-    }
-
     void one_instance_at_a_time()
     {
         // A start that knows of another run-time folder, or of none, meets the first one too.
-        const QByteArrayList folders{home.path(QStringLiteral(".")).toUtf8(), "", "/nowhere"};
+        const QByteArrayList folders{home.path(".").toUtf8(), "", "/nowhere"};
         for (const QByteArray &mine : folders) {
             qputenv("XDG_RUNTIME_DIR", mine);
             auto first = std::make_unique<App::InstanceLock>();
@@ -129,90 +105,79 @@ private Q_SLOTS:
     void first_picture_and_first_tick()
     {
         Bench t(home);
-        QCOMPARE(t.window->windowTitle(), QStringLiteral("Tavrel v1.0R2"));
+        QCOMPARE(t.window->windowTitle(), "Tavrel v1.0R2");
         QCOMPARE(t.window->size(), QSize(615, 228));
-        QCOMPARE(t.digits(), QStringLiteral("999999"));
+        QCOMPARE(t.digits(), "999999");
         QVERIFY(t.window->face.txtDate->Text().isEmpty());
-        QTRY_COMPARE(t.digits(), QStringLiteral("090507"));
-        QCOMPARE(t.window->face.txtDate->Text(), QStringLiteral("Monday, 9 March 2026"));
-        t.host.now = QDateTime(QDate(2026, 3, 10), QTime(0, 0, 0));
-        QTRY_COMPARE(t.digits(), QStringLiteral("000000"));
-        QTRY_COMPARE(t.window->face.txtDate->Text(), QStringLiteral("Tuesday, 10 March 2026"));
+        QTRY_COMPARE(t.digits(), "090507");
+        QCOMPARE(t.window->face.txtDate->Text(), "Monday, 9 March 2026");
+        t.host.turnTo(10, 0, 0, 0);
+        QTRY_COMPARE(t.digits(), "000000");
+        QTRY_COMPARE(t.window->face.txtDate->Text(), "Tuesday, 10 March 2026");
         QVERIFY(!Bench::dialog());
     }
 
     void a_swipe_becomes_a_punch()
     {
         Bench t(home);
+        const QString moment = formatDateTime(t.host.now);
         QTRY_VERIFY(t.host.passes > 0);
         t.reader->send("\2%X?;1001?\3");
-        QTRY_COMPARE(t.stored("*"), QStringLiteral("0|1001|1|2026-03-09 09:05:07|0|0"));
-        QCOMPARE(Bench::shown("txtEmployee"), QStringLiteral("Mara Lindqvist"));
-        QCOMPARE(Bench::shown("txtBadgeNumber"), QStringLiteral("1001"));
-        QCOMPARE(Bench::shown("txtPunchType"), QStringLiteral("Clock In"));
-        QCOMPARE(Bench::shown("txtDateTime"), formatDateTime(t.host.now));
+        QTRY_COMPARE(t.stored("*"), "0|1001|1|2026-03-09 09:05:07|0|0");
+        QCOMPARE(Bench::shown(), QStringList({"Mara Lindqvist", "1001", "Clock In", moment}));
 
         // Another one, with the window still open: the texts change in place.
         const QWidget *first = Bench::dialog();
-        QTest::mouseClick(t.window->face.optEvent(1), Qt::LeftButton);
-        t.reader->send("\2;4711" + QByteArray(60, '0') + "?\3");
-        QTRY_COMPARE(t.stored().section(u'\n', 1), "4711" + QString(46, u'0') + ",0");
+        const QString longBadge = "4711" + QString(60, u'0');
+        t.click(t.window->face.optEvent(1));
+        t.reader->send("\2;" + longBadge.toLatin1() + "?\3");
+        QTRY_COMPARE(t.stored().section(u'\n', 1), longBadge.left(50) + ",0");
         QCOMPARE(Bench::dialog(), first);
-        QCOMPARE(Bench::shown("txtEmployee"), QStringLiteral("Unknown"));
-        QCOMPARE(Bench::shown("txtBadgeNumber"), "4711" + QString(60, u'0'));
-        QCOMPARE(Bench::shown("txtPunchType"), QStringLiteral("Clock Out"));
-        QCOMPARE(t.database.run("SELECT ID, RecordCount FROM RawData"), QStringLiteral("0|2"));
+        QCOMPARE(Bench::shown(), QStringList({"Unknown", longBadge, "Clock Out", moment}));
+        QCOMPARE(t.database.run("SELECT ID, RecordCount FROM RawData"), "0|2");
 
         // Closed, by any of its ways, it comes anew with the next swipe.
         QTest::keyClick(Bench::dialog(), Qt::Key_Escape);
         QVERIFY(!Bench::dialog());
         t.reader->send("\2%X?\3");
         QTRY_VERIFY(Bench::dialog());
-        QCOMPARE(Bench::shown("txtBadgeNumber"), QString());
+        QCOMPARE(Bench::shown()[1], "");
         QVERIFY(t.host.boxes.isEmpty());
     }
 
     void tracks_data()
     {
-        QTest::addColumn<QByteArray>("settings");
-        QTest::addColumn<QByteArray>("frame");
-        QTest::addColumn<QString>("badge");   ///< "-" for no punch
-        QTest::addColumn<QString>("message"); ///< of the box that comes, "" for none
-        const auto row = [](const char *name, const char *track, const char *frame,
-                            const char *badge, const char *message = "") {
-            QTest::newRow(name) << "[MSR]\nTrack=" + QByteArray(track) + "\n"
-                                << QByteArray(frame) << QString::fromLatin1(badge)
-                                << QString::fromLatin1(message);
-        };
-        row("first", "0", "\2%A?;1?+2?\3", "A");
-        row("third", "2", "\2%A?;1?+2?\3", "2");
-        row("garbage", "x", "\2%A?;1?+2?\3", "A");
-        row("absent track", "1", "\2%A?\3", "");
-        row("no STX", "1", "x\3", "");
-        row("reader refused", "1", "\2\x15\3", "-");
-        row("no such track", "3", "\2;1?\3", "-", "Subscript out of range");
-        row("negative", "-1", "\2;1?\3", "-", "Subscript out of range");
-        row("too large", "99999", "", "-", "Overflow");
+        Table<QByteArray, QByteArray, QString, QString> row("track", "frame", "badge", "message");
+        const QString none("-"); // no punch
+        row("first", "0", "\2%A?;1?+2?\3", "A", "");
+        row("third", "2", "\2%A?;1?+2?\3", "2", "");
+        row("garbage", "x", "\2%A?;1?+2?\3", "A", "");
+        row("absent track", "1", "\2%A?\3", "", "");
+        row("no STX", "1", "x\3", "", "");
+        row("reader refused", "1", "\2\x15\3", none, "");
+        row("no such track", "3", "\2;1?\3", none, "Tavrel: Subscript out of range");
+        row("negative", "-1", "\2;1?\3", none, "Tavrel: Subscript out of range");
+        row("too large", "99999", "", none, "Tavrel: Overflow");
     }
     void tracks()
     {
-        QFETCH(QByteArray, settings);
+        QFETCH(QByteArray, track);
         QFETCH(QByteArray, frame);
         QFETCH(QString, badge);
         QFETCH(QString, message);
-        Bench t(home, settings);
-        QTRY_COMPARE(t.digits(), QStringLiteral("090507"));
+        Bench t(home, "[MSR]\nTrack=" + track + "\n");
+        QTRY_COMPARE(t.digits(), "090507");
         t.reader->send(frame);
-        if (badge != QLatin1String("-")) {
+        if (badge != "-") {
             QTRY_COMPARE(t.stored(), badge + ",1");
             QVERIFY(t.host.boxes.isEmpty());
         } else {
             // Idle polls are about twenty passes long: the one that took the frame is over then.
             const int passes = t.host.passes;
             QTRY_VERIFY(message.isEmpty() ? t.host.passes > passes + 80 : !t.host.boxes.isEmpty());
-            for (const auto &box : t.host.boxes)
-                QCOMPARE(box, ScriptedHost::Box({message, "Tavrel", MsgBoxIcon::None}));
             QCOMPARE(t.host.boxes.isEmpty(), message.isEmpty());
+            for (const QString &box : t.host.boxes)
+                QCOMPARE(box, message);
             QVERIFY(t.stored().isEmpty());
             QVERIFY(!Bench::dialog());
         }
@@ -223,33 +188,28 @@ private Q_SLOTS:
     void ticks_inside_a_poll_do_not_poll()
     {
         Bench t(home);
-        bool entered = false;
-        t.host.insidePoll = [&] {
-            if (entered)
+        t.host.onEvents = [&](int pass) {
+            if (pass != 1)
                 return;
-            entered = true;
-            t.host.now = QDateTime(QDate(2026, 3, 9), QTime(11, 22, 33));
-            QTRY_COMPARE(t.digits(), QStringLiteral("112233"));
-            t.host.now = QDateTime(QDate(2026, 3, 10), QTime(23, 59, 58));
-            QTRY_COMPARE(t.digits(), QStringLiteral("235958"));
-            QVERIFY(t.window->face.txtDate->Text().startsWith(QStringLiteral("Tuesday")));
+            t.host.turnTo(9, 11, 22, 33);
+            QTRY_COMPARE(t.digits(), "112233");
+            t.host.turnTo(10, 23, 59, 58);
+            QTRY_COMPARE(t.digits(), "235958");
+            QVERIFY(t.window->face.txtDate->Text().startsWith("Tuesday"));
+            QCOMPARE(t.host.passes, 1);
         };
-        QTRY_COMPARE(t.digits(), QStringLiteral("235958"));
-        QVERIFY(t.stored().isEmpty());
-        QVERIFY(!Bench::dialog());
+        QTRY_COMPARE(t.digits(), "235958");
 
         // The same under the message box of a punch that cannot be stored.
         t.database.run("DROP TABLE RawData");
         t.host.onBox = [&] {
-            t.host.now = QDateTime(QDate(2026, 3, 9), QTime(12, 34, 56));
-            QTRY_COMPARE(t.digits(), QStringLiteral("123456"));
+            t.host.turnTo(9, 12, 34, 56);
+            QTRY_COMPARE(t.digits(), "123456");
         };
         t.reader->send("\2;1?\3");
-        QTRY_COMPARE(t.host.boxes.size(), 1);
-        QCOMPARE(t.host.boxes[0].text, QStringLiteral("no such table: RawData"));
-        QCOMPARE(t.host.boxes[0].title, QStringLiteral("1"));
-        QCOMPARE(t.digits(), QStringLiteral("123456"));
-        QCOMPARE(Bench::shown("txtBadgeNumber"), QStringLiteral("1"));
+        QTRY_COMPARE(t.host.boxes, QStringList("1: no such table: RawData"));
+        QCOMPARE(t.digits(), "123456");
+        QCOMPARE(Bench::shown()[1], "1");
     }
 
     void the_punch_type_follows_the_day()
@@ -257,36 +217,33 @@ private Q_SLOTS:
         Bench t(home, "[Punch]\nAutoSwitch=1\nClockIn=06:00:00\nClockOut=12:00:00\n");
         OptionButton *in = t.window->face.optEvent(0);
         OptionButton *out = t.window->face.optEvent(1);
-        const auto turnTo = [&](int hour, int minute, int second) {
-            t.host.now = QDateTime(QDate(2026, 3, 9), QTime(hour, minute, second));
-        };
         QVERIFY(QTest::qWaitForWindowActive(t.window.get()));
-        QTRY_COMPARE(t.digits(), QStringLiteral("090507"));
+        QTRY_COMPARE(t.digits(), "090507");
         QVERIFY(in->Value());
         QVERIFY(out->font().bold()); // nothing was set: it is selected already
         QVERIFY(!t.window->face.txtDate->hasFocus());
 
-        turnTo(12, 0, 0);
+        t.host.turnTo(9, 12, 0, 0);
         QTRY_VERIFY(out->Value());
         QVERIFY(!in->font().bold() && t.window->face.txtDate->hasFocus());
 
         // A choice by hand does not last.
-        QTest::mouseClick(in, Qt::LeftButton);
+        t.click(in);
         QVERIFY(in->Value());
         QTRY_VERIFY(out->Value());
 
         // Times that cannot be read leave the selection alone, and the clock goes on.
         home.writeSettings("[Punch]\nAutoSwitch=1\nClockIn=never\nClockOut=12:00:00\n");
-        turnTo(6, 0, 0);
-        QTRY_COMPARE(t.digits(), QStringLiteral("060000"));
+        t.host.turnTo(9, 6, 0, 0);
+        QTRY_COMPARE(t.digits(), "060000");
         QVERIFY(out->Value());
 
         // A change of the settings counts from the next tick.
         home.writeSettings("[Punch]\nAutoSwitch=1\nClockIn=6:00:00 AM\nClockOut=12:00:00\n");
         QTRY_VERIFY(in->Value());
         home.writeSettings("[Punch]\nAutoSwitch=2\nClockIn=12:00:00\nClockOut=06:00:00\n");
-        turnTo(7, 0, 0);
-        QTRY_COMPARE(t.digits(), QStringLiteral("070000"));
+        t.host.turnTo(9, 7, 0, 0);
+        QTRY_COMPARE(t.digits(), "070000");
         QVERIFY(in->Value());
         QVERIFY(t.host.boxes.isEmpty());
     }
@@ -295,17 +252,16 @@ private Q_SLOTS:
     /// between two ticks.
     void swipes_behind_the_options_data()
     {
-        QTest::addColumn<bool>("insideWait");
-        QTest::newRow("inside a wait") << true;
-        QTest::newRow("between two ticks") << false;
+        Table<bool> row("insideWait");
+        row("inside a wait", true);
+        row("between two ticks", false);
     }
     void swipes_behind_the_options()
     {
         QFETCH(bool, insideWait);
         VirtualReader other;
-        other.linkAt(home.path(QStringLiteral("Tavrel/COM2")));
+        other.linkAt(home.path("Tavrel/COM2"));
         Bench t(home, "[Communication]\nComport=0\n");
-        const auto open = [&] { QTest::mouseClick(t.window->face.cmdCtrl(0), Qt::LeftButton); };
         bool wasClosed = false;
 
         // Works the dialog while it is up: ticks go on; then another port is chosen, with OK.
@@ -316,11 +272,10 @@ private Q_SLOTS:
             if (!options)
                 return;
             if (steps == 0) {
-                t.host.now = QDateTime(QDate(2026, 3, 9), QTime(11, 22, 33));
+                t.host.turnTo(9, 11, 22, 33);
                 t.reader->send("\2;1001?\3");
                 steps = 1;
-            } else if (steps == 1 && t.digits() == QLatin1String("112233") &&
-                       (insideWait || !t.stored().isEmpty())) {
+            } else if (t.digits() == "112233" && (insideWait || !t.stored().isEmpty())) {
                 options->findChild<QComboBox *>("cboComport")->setCurrentIndex(1);
                 QTest::keyClick(options, Qt::Key_Return);
                 wasClosed = true;
@@ -328,17 +283,15 @@ private Q_SLOTS:
         });
         user.start(5);
 
-        if (insideWait) {
-            t.host.insidePoll = [&] {
-                t.host.insidePoll = {};
-                open();
+        if (insideWait)
+            t.host.onEvents = [&](int) {
+                t.host.onEvents = {};
+                t.click(t.window->face.cmdCtrl(0));
             };
-            QTRY_VERIFY(wasClosed);
-        } else {
-            open();
-            QVERIFY(wasClosed);
-        }
-        QCOMPARE(t.stored(), insideWait ? QString() : QStringLiteral("1001,1"));
+        else
+            t.click(t.window->face.cmdCtrl(0));
+        QTRY_VERIFY(wasClosed);
+        QCOMPARE(t.stored(), insideWait ? "" : "1001,1");
         QVERIFY(t.host.boxes.isEmpty());
 
         // The swipes come from the newly chosen port, and no longer from the old one.
@@ -346,55 +299,49 @@ private Q_SLOTS:
         const int passes = t.host.passes;
         QTRY_VERIFY(t.host.passes > passes);
         other.send("\2;1003?\3");
-        QTRY_COMPARE(t.stored().section(u'\n', -1), QStringLiteral("1003,1"));
-        QVERIFY(!t.stored().contains(QStringLiteral("1002")));
+        QTRY_COMPARE(t.stored().section(u'\n', -1), "1003,1");
+        QVERIFY(!t.stored().contains("1002"));
     }
 
     void a_port_that_cannot_be_used_data()
     {
-        QTest::addColumn<QByteArray>("settings");
+        Table<QByteArray> row("setting");
         for (const char *bad : {"Comport=2", "Comport=32767", "Comport=99999", "Comport=-1",
                                 "BaudRate=3", "BaudRate=1e9", "Settings=-1", "Settings=99999"})
-            QTest::newRow(bad) << QByteArray("[Communication]\n") + bad + "\n";
-        QTest::newRow("pulled out") << QByteArray();
+            row(bad);
+        row("pulled out", "");
     }
     void a_port_that_cannot_be_used()
     {
-        QFETCH(QByteArray, settings);
-        QVERIFY(QFile::link(QStringLiteral("/nowhere"), home.path(QStringLiteral("Tavrel/COM3"))));
-        Bench t(home, settings);
-        if (settings.isEmpty()) {
+        QFETCH(QByteArray, setting);
+        QFile::link("/nowhere", home.path("Tavrel/COM3"));
+        Bench t(home, "[Communication]\n" + setting + "\n");
+        if (setting.isEmpty()) {
             QTRY_VERIFY(t.host.passes > 0);
             t.reader->send("\2;10");
             t.reader.reset();
         }
-        QTRY_COMPARE(t.digits(), QStringLiteral("090507"));
-        t.host.now = QDateTime(QDate(2026, 3, 9), QTime(12, 34, 56));
-        QTRY_COMPARE(t.digits(), QStringLiteral("123456"));
+        QTRY_COMPARE(t.digits(), "090507");
+        t.host.turnTo(9, 12, 34, 56);
+        QTRY_COMPARE(t.digits(), "123456");
         QVERIFY(t.host.boxes.isEmpty());
         QVERIFY(t.stored().isEmpty());
-        QVERIFY(QFile::remove(home.path(QStringLiteral("Tavrel/COM3"))));
     }
 
-    void ways_out_data()
-    {
-        QTest::addColumn<bool>("closeBox");
-        QTest::newRow("close box") << true;
-        QTest::newRow("Exit") << false;
-    }
     void ways_out()
     {
-        QFETCH(bool, closeBox);
-        Bench t(home);
-        QTRY_VERIFY(t.host.passes > 0);
-        t.reader->send("\2;1?\3");
-        QTRY_VERIFY(Bench::dialog());
-        if (closeBox)
-            t.window->close();
-        else
-            QTest::mouseClick(t.window->face.cmdCtrl(1), Qt::LeftButton);
-        QCOMPARE(t.host.ended, 1);
-        QVERIFY(!Bench::dialog());
+        for (const bool closeBox : {true, false}) {
+            Bench t(home);
+            QTRY_VERIFY(t.host.passes > 0);
+            t.reader->send("\2;1?\3");
+            QTRY_VERIFY(Bench::dialog());
+            if (closeBox)
+                t.window->close();
+            else
+                t.click(t.window->face.cmdCtrl(1));
+            QCOMPARE(t.host.ended, 1);
+            QVERIFY(!Bench::dialog());
+        }
     }
 
 private:

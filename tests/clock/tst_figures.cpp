@@ -1,6 +1,5 @@
 #include "clock/Figures.h"
-
-#include <QtTest>
+#include "tests/doubles/Table.h"
 
 #include <algorithm>
 
@@ -66,107 +65,80 @@ const char *const Digits[] = {
 
 } // namespace
 
-class tst_Figures : public QObject
+class TestFigures : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void anyFigure_data();
-    void anyFigure();
-    void edges_data();
-    void edges();
-    void extent_data();
-    void extent();
-    void colon();
+    void edges_data()
+    {
+        Table<int, int, QString> row("digit", "y", "columns");
+        for (int digit = 0; digit < 10; ++digit)
+            for (const QString &sample : QString(Digits[digit]).split("; "))
+                row(digit, sample.section(": ", 0, 0).toInt(), sample.section(": ", 1));
+    }
+    void edges()
+    {
+        QFETCH(const int, digit);
+        QFETCH(const int, y);
+        const QImage image = drawFigure(digit);
+        // The outline runs through the middle of the outermost columns: these may be half lit
+        // unnamed.
+        QStringList runs;
+        for (int x = 1, first = 0; x < FigureWidth; ++x) {
+            const bool on = x < FigureWidth - 1 && lit(image, x, y) >= Half;
+            if (on && first == 0)
+                first = x;
+            if (!on && first != 0) {
+                runs << QString("%1-%2").arg(first).arg(x - 1);
+                first = 0;
+            }
+        }
+        QTEST(runs.join(' '), "columns");
+    }
+
+    void extent_data()
+    {
+        Table<int> row("digit");
+        for (int digit = 0; digit < 10; ++digit)
+            row(digit);
+    }
+    void extent()
+    {
+        QFETCH(const int, digit);
+        const QImage image = drawFigure(digit);
+        QCOMPARE(image.size(), QSize(57, 87));
+        for (int y = 0; y < FigureHeight; ++y)
+            for (int x = 0; x < FigureWidth; ++x)
+                QVERIFY2(lit(image, x, y) >= 0, qPrintable(QString("(%1, %2)").arg(x).arg(y)));
+
+        QCOMPARE(brightest(image, QRect(0, 0, FigureWidth, 1)), Half);
+        QCOMPARE(brightest(image, QRect(0, FigureHeight - 1, FigureWidth, 1)), Half);
+        const int side = digit == 1 ? 0 : Half;
+        QCOMPARE(brightest(image, QRect(0, 0, 1, FigureHeight)), side);
+        QCOMPARE(brightest(image, QRect(FigureWidth - 1, 0, 1, FigureHeight)), side);
+        // The top edge is no longer than the row below it, and no stray pixels.
+        for (int x = 0; x < FigureWidth; ++x)
+            QVERIFY(lit(image, x, 0) <= lit(image, x, 1));
+    }
+
+    void colon()
+    {
+        const QImage image = drawFigure(ColonFigure);
+        const QRect upper(QPoint(16, 31), QPoint(39, 51)), lower(QPoint(16, 62), QPoint(39, 84));
+        const QMargins ring(1, 1, 1, 1);
+        for (int y = 0; y < FigureHeight; ++y)
+            for (int x = 0; x < FigureWidth; ++x) {
+                const int sixteenth = lit(image, x, y);
+                if (upper.contains(x, y) || lower.contains(x, y))
+                    QCOMPARE(sixteenth, Full);
+                else if ((upper + ring).contains(x, y) || (lower + ring).contains(x, y))
+                    QVERIFY(sixteenth > 0 && sixteenth < Half);
+                else
+                    QCOMPARE(sixteenth, 0);
+            }
+    }
 };
 
-void tst_Figures::anyFigure_data()
-{
-    QTest::addColumn<int>("figure");
-    for (int figure = 0; figure <= ColonFigure; ++figure)
-        QTest::addRow("%d", figure) << figure;
-}
-
-void tst_Figures::anyFigure()
-{
-    QFETCH(const int, figure);
-    const QImage image = drawFigure(figure);
-    QCOMPARE(image.size(), QSize(57, 87));
-    QCOMPARE(image.format(), QImage::Format_RGB32);
-    for (int y = 0; y < image.height(); ++y)
-        for (int x = 0; x < image.width(); ++x)
-            QVERIFY2(lit(image, x, y) >= 0, qPrintable(QString("(%1, %2)").arg(x).arg(y)));
-}
-
-void tst_Figures::edges_data()
-{
-    QTest::addColumn<int>("digit");
-    QTest::addColumn<int>("row");
-    QTest::addColumn<QString>("columns");
-    for (int digit = 0; digit < 10; ++digit)
-        for (const QString &sample : QString(Digits[digit]).split("; ")) {
-            const int row = sample.section(": ", 0, 0).toInt();
-            QTest::addRow("%d row %d", digit, row) << digit << row << sample.section(": ", 1);
-        }
-}
-
-void tst_Figures::edges()
-{
-    QFETCH(const int, digit);
-    QFETCH(const int, row);
-    QFETCH(const QString, columns);
-    const QImage image = drawFigure(digit);
-    // The outline runs through the middle of the outermost columns: these may be half lit unnamed.
-    QStringList runs;
-    for (int x = 1, first = 0; x < FigureWidth; ++x) {
-        const bool on = x < FigureWidth - 1 && lit(image, x, row) >= Half;
-        if (on && first == 0)
-            first = x;
-        if (!on && first != 0) {
-            runs << QString("%1-%2").arg(first).arg(x - 1);
-            first = 0;
-        }
-    }
-    QCOMPARE(runs.join(' '), columns);
-}
-
-void tst_Figures::extent_data()
-{
-    QTest::addColumn<int>("digit");
-    for (int digit = 0; digit < 10; ++digit)
-        QTest::addRow("%d", digit) << digit;
-}
-
-void tst_Figures::extent()
-{
-    QFETCH(const int, digit);
-    const QImage image = drawFigure(digit);
-    QCOMPARE(brightest(image, QRect(0, 0, FigureWidth, 1)), Half);
-    QCOMPARE(brightest(image, QRect(0, FigureHeight - 1, FigureWidth, 1)), Half);
-    const int side = digit == 1 ? 0 : Half;
-    QCOMPARE(brightest(image, QRect(0, 0, 1, FigureHeight)), side);
-    QCOMPARE(brightest(image, QRect(FigureWidth - 1, 0, 1, FigureHeight)), side);
-    // The top edge is no longer than the row below it, and no stray pixels.
-    for (int x = 0; x < FigureWidth; ++x)
-        QVERIFY(lit(image, x, 0) <= lit(image, x, 1));
-}
-
-void tst_Figures::colon()
-{
-    const QImage image = drawFigure(ColonFigure);
-    const QRect upper(QPoint(16, 31), QPoint(39, 51)), lower(QPoint(16, 62), QPoint(39, 84));
-    const QMargins ring(1, 1, 1, 1);
-    for (int y = 0; y < FigureHeight; ++y)
-        for (int x = 0; x < FigureWidth; ++x) {
-            const int sixteenth = lit(image, x, y);
-            if (upper.contains(x, y) || lower.contains(x, y))
-                QCOMPARE(sixteenth, Full);
-            else if ((upper + ring).contains(x, y) || (lower + ring).contains(x, y))
-                QVERIFY(sixteenth > 0 && sixteenth < Half);
-            else
-                QCOMPARE(sixteenth, 0);
-        }
-}
-
-QTEST_GUILESS_MAIN(tst_Figures)
+QTEST_GUILESS_MAIN(TestFigures)
 #include "tst_figures.moc"

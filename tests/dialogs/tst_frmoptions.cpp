@@ -2,9 +2,8 @@
 #include "platform/RegionalFormat.h"
 #include "platform/UserSettings.h"
 #include "tests/doubles/ScriptedHost.h"
+#include "tests/doubles/Table.h"
 #include "tests/doubles/TemporaryHome.h"
-
-#include <QtTest>
 
 /// The dialog on the screen, reached through the names of its controls.
 class Dialog
@@ -14,21 +13,32 @@ public:
 
     template <typename Control = QWidget> Control *find(const char *name)
     {
-        auto *control = form.findChild<Control *>(QString::fromLatin1(name));
+        auto *control = form.findChild<Control *>(name);
         if (!control)
             qFatal("no %s", name);
         return control;
     }
+
+    void click(const char *name) { QTest::mouseClick(find(name), Qt::LeftButton, {}, {5, 8}); }
 
     /// What the seven controls show, in the order in which they are stored.
     QStringList shown()
     {
         QStringList values{QString::number(find<QCheckBox>("chkAutoSwitch")->checkState())};
         for (const char *picker : {"dtpClock(0)", "dtpClock(1)"})
-            values += find<QTimeEdit>(picker)->time().toString(u"HH:mm:ss");
+            values += find<DTPicker>(picker)->Value().toString(u"HH:mm:ss");
         for (const char *list : {"cboComport", "cboBaudRate", "cboSettings", "cboTrack"})
             values += find<QComboBox>(list)->currentText();
         return values;
+    }
+
+    /// How many of the two times and their two labels are enabled.
+    int timesEnabled()
+    {
+        int enabled = 0;
+        for (const char *name : {"Label1(0)", "Label1(1)", "dtpClock(0)", "dtpClock(1)"})
+            enabled += find(name)->isEnabled();
+        return enabled;
     }
 
     ScriptedHost host;
@@ -42,35 +52,27 @@ class TestFrmOptions : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        QDir(home.settingsFile()).removeRecursively();
-        QFile::remove(home.settingsFile());
-    }
+    void init() { QFile::remove(home.settingsFile()); }
 
     void places_data()
     {
-        QTest::addColumn<int>("tab"); ///< -1 for what stands on the dialog itself
-        QTest::addColumn<QRect>("place");
-        const auto row = [](const char *name, int tab, int x, int y, int width, int height) {
-            QTest::newRow(name) << tab << QRect(x, y, width, height);
-        };
-        row("cmdCtrl(0)", -1, 120, 192, 73, 25);
-        row("cmdCtrl(1)", -1, 200, 192, 73, 25);
-        row("SSTab1", -1, 8, 8, 265, 177);
-        row("chkAutoSwitch", 0, 16, 40, 129, 17);
-        row("Label1(0)", 0, 16, 72, 121, 17);
-        row("dtpClock(0)", 0, 152, 72, 97, 17);
-        row("Label1(1)", 0, 16, 104, 137, 17);
-        row("dtpClock(1)", 0, 152, 104, 97, 17);
-        row("Label2", 1, 16, 40, 121, 17);
-        row("cboComport", 1, 136, 40, 97, 21);
-        row("Label3", 1, 16, 72, 105, 17);
-        row("cboBaudRate", 1, 136, 72, 97, 21);
-        row("Label4", 1, 16, 104, 105, 17);
-        row("cboSettings", 1, 136, 104, 97, 21);
-        row("Label5", 2, 16, 40, 89, 17);
-        row("cboTrack", 2, 104, 40, 97, 21);
+        Table<int, QRect> row("tab", "place"); // tab -1 for what stands on the dialog itself
+        row("cmdCtrl(0)", -1, {120, 192, 73, 25});
+        row("cmdCtrl(1)", -1, {200, 192, 73, 25});
+        row("SSTab1", -1, {8, 8, 265, 177});
+        row("chkAutoSwitch", 0, {16, 40, 129, 17});
+        row("Label1(0)", 0, {16, 72, 121, 17});
+        row("dtpClock(0)", 0, {152, 72, 97, 17});
+        row("Label1(1)", 0, {16, 104, 137, 17});
+        row("dtpClock(1)", 0, {152, 104, 97, 17});
+        row("Label2", 1, {16, 40, 121, 17});
+        row("cboComport", 1, {136, 40, 97, 21});
+        row("Label3", 1, {16, 72, 105, 17});
+        row("cboBaudRate", 1, {136, 72, 97, 21});
+        row("Label4", 1, {16, 104, 105, 17});
+        row("cboSettings", 1, {136, 104, 97, 21});
+        row("Label5", 2, {16, 40, 89, 17});
+        row("cboTrack", 2, {104, 40, 97, 21});
     }
     void places()
     {
@@ -87,34 +89,30 @@ private Q_SLOTS:
         QTEST(QRect(control->mapTo(container, QPoint(0, 0)), control->size()), "place");
     }
 
-    /// What is stored under every key, what the dialog shows of it, and what OK stores.
+    /// What is stored under every key, and what the dialog shows of it and OK stores.
     void loading_data()
     {
-        QTest::addColumn<QString>("stored");
-        QTest::addColumn<QStringList>("shown");
-        const auto row = [](const char *stored, const QStringList &shown) {
-            QTest::newRow(stored) << QString::fromLatin1(stored) << shown;
-        };
+        Table<QString, QStringList> row("stored", "shown");
         const QStringList firstTrack = QStringList(Defaults.mid(0, 6)) << "Track1";
-        row("", firstTrack);
-        row("letters", firstTrack);
-        row("-1", Defaults);
-        row("4", Defaults);
-        row("99999", Defaults);
-        row("1e9", Defaults);
-        row("1", {"2", "00:00:00", "00:00:00", "COM2", "4800", "O,7,1", "Track2"});
-        row("2", {"1", "00:00:00", "00:00:00", "COM3", "2400", "S,7,1", "Track3"});
-        row("2 tracks", QStringList(Defaults.mid(0, 6)) << "Track3");
-        row("17:30:05", {"0", "17:30:05", "17:30:05", "COM1", "9600", "N,8,1", "Track2"});
-        row("5:30:05 PM", {"0", "17:30:05", "17:30:05", "COM1", "9600", "N,8,1", "Track2"});
-        row("2026-11-22", Defaults);
-        row("1066-10-14 09:00:00", Defaults);
+        const QStringList times{"0", "17:30:05", "17:30:05", "COM1", "9600", "N,8,1", "Track2"};
+        for (const char *nothing : {"", "letters"})
+            row(nothing, nothing, firstTrack);
+        for (const char *bad : {"-1", "4", "99999", "1e9", "2026-11-22", "1066-10-14 09:00:00"})
+            row(bad, bad, Defaults);
+        row("1", "1", {"2", "00:00:00", "00:00:00", "COM2", "4800", "O,7,1", "Track2"});
+        row("2", "2", {"1", "00:00:00", "00:00:00", "COM3", "2400", "S,7,1", "Track3"});
+        row("2 tracks", "2 tracks", QStringList(Defaults.mid(0, 6)) << "Track3");
+        row("24 hours", "17:30:05", times);
+        row("12 hours", "5:30:05 PM", times);
     }
     void loading()
     {
         QFETCH(QString, stored);
-        for (const auto &[section, key] : keys)
-            SaveSetting("Tavrel", section, key, stored);
+        for (const char *key :
+             {"Punch/AutoSwitch", "Punch/ClockIn", "Punch/ClockOut", "Communication/Comport",
+              "Communication/BaudRate", "Communication/Settings", "MSR/Track"})
+            SaveSetting("Tavrel", QString(key).section('/', 0, 0), QString(key).section('/', 1),
+                        stored);
         Dialog first;
         QTEST(first.shown(), "shown");
         QTest::keyClick(&first.form, Qt::Key_Return);
@@ -129,26 +127,20 @@ private Q_SLOTS:
                      timeOfDay(QTime::fromString(first.shown()[1], u"HH:mm:ss")));
     }
 
-    void an_empty_store_opens_with_the_defaults()
-    {
-        Dialog dialog;
-        QCOMPARE(dialog.shown(), Defaults);
-        QVERIFY(dialog.find("cmdCtrl(0)")->hasFocus() || !dialog.form.isActiveWindow());
-        for (const char *name : {"Label1(0)", "Label1(1)", "dtpClock(0)", "dtpClock(1)"})
-            QVERIFY(!dialog.find(name)->isEnabled());
-    }
-
     void the_check_box_enables_the_times()
     {
+        Dialog empty;
+        QCOMPARE(empty.shown(), Defaults);
+        QVERIFY(empty.find("cmdCtrl(0)")->hasFocus() || !empty.form.isActiveWindow());
+        QCOMPARE(empty.timesEnabled(), 0);
+
         SaveSetting("Tavrel", "Punch", "AutoSwitch", "2"); // neither on nor off
         Dialog dialog;
-        auto *box = dialog.find<QCheckBox>("chkAutoSwitch");
-        QVERIFY(dialog.find("dtpClock(0)")->isEnabled());
+        QCOMPARE(dialog.timesEnabled(), 4);
         for (const bool enabled : {true, false, true}) {
-            QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(5, box->height() / 2));
-            QCOMPARE(box->checkState(), enabled ? Qt::Checked : Qt::Unchecked);
-            for (const char *name : {"Label1(0)", "Label1(1)", "dtpClock(0)", "dtpClock(1)"})
-                QCOMPARE(dialog.find(name)->isEnabled(), enabled);
+            dialog.click("chkAutoSwitch");
+            QCOMPARE(dialog.shown().first(), enabled ? "2" : "0");
+            QCOMPARE(dialog.timesEnabled(), enabled ? 4 : 0);
         }
     }
 
@@ -156,70 +148,108 @@ private Q_SLOTS:
     {
         SaveSetting("Tavrel", "Punch", "AutoSwitch", "1");
         Dialog dialog;
-        auto *picker = dialog.find<QTimeEdit>("dtpClock(0)");
-        picker->setSelectedSection(QDateTimeEdit::HourSection);
-        QTest::keyClicks(picker, QStringLiteral("17"));
-        picker->setSelectedSection(QDateTimeEdit::SecondSection);
+        auto *picker = dialog.find<DTPicker>("dtpClock(0)");
+        auto *field = picker->findChild<QLineEdit *>();
+        field->setSelection(0, 2);
+        QTest::keyClicks(picker, "17");
+        field->setCursorPosition(8);
         QTest::keyClick(picker, Qt::Key_Down); // wraps round
-        auto *box = dialog.find<QCheckBox>("chkAutoSwitch");
-        QTest::mouseClick(box, Qt::LeftButton, {}, QPoint(5, box->height() / 2));
-        QTest::mouseClick(dialog.find("cmdCtrl(0)"), Qt::LeftButton);
+        dialog.click("chkAutoSwitch");
+        dialog.click("cmdCtrl(0)");
         QCOMPARE(timeText(GetSetting("Tavrel", "Punch", "ClockIn", {})),
                  timeOfDay(QTime(17, 0, 59)));
-        QCOMPARE(GetSetting("Tavrel", "Punch", "AutoSwitch", {}), QStringLiteral("0"));
+        QCOMPARE(GetSetting("Tavrel", "Punch", "AutoSwitch", {}), "0");
     }
 
-    void cancelling_writes_nothing_data()
+    void typing_data()
     {
-        QTest::addColumn<int>("way");
-        QTest::newRow("Esc") << 0;
-        QTest::newRow("Cancel") << 1;
-        QTest::newRow("close box") << 2;
+        const Table<QString, QString> row("typed", "time");
+        row("07:30:15", "07:30:15");
+        row("7:30", "07:30:00");
+        row("073015", "07:30:15");
+        row("5:06:07 pm", "17:06:07");
+        row("25:00", "01:02:03");
+        row("x", "01:02:03");
     }
+    void typing()
+    {
+        QFETCH(QString, typed);
+        SaveSetting("Tavrel", "Punch", "AutoSwitch", "1");
+        SaveSetting("Tavrel", "Punch", "ClockIn", "01:02:03");
+        Dialog dialog;
+        auto *picker = dialog.find<DTPicker>("dtpClock(0)");
+        picker->selectAll();
+        QTest::keyClicks(picker, typed);
+        QTEST(picker->Value().toString(u"HH:mm:ss"), "time");
+
+        // Enter closes the dialog on a time, and shows that there was none before it does.
+        QTest::keyClick(picker, Qt::Key_Return);
+        QCOMPARE(dialog.form.isVisible(), QByteArray(QTest::currentDataTag()).endsWith("01:02:03"));
+        QTEST(picker->text(), "time");
+
+        // A click chooses what is typed over; a separator that is there is stepped over.
+        picker->findChild<QLineEdit *>()->setCursorPosition(4);
+        QTest::mouseClick(picker->findChild<QLineEdit *>(), Qt::LeftButton, {}, QPoint(4, 5));
+        QTest::keyClicks(picker, "22:44");
+        QCOMPARE(picker->Value().toString(u"HH:mm"), "22:44");
+    }
+
+    void tab_goes_all_the_way_round()
+    {
+        SaveSetting("Tavrel", "Punch", "AutoSwitch", "1");
+        Dialog dialog;
+        QVERIFY(QTest::qWaitForWindowActive(&dialog.form));
+        const QStringList stops[] = {{"dtpClock(0)", "dtpClock(1)", "chkAutoSwitch"},
+                                     {"cboComport", "cboBaudRate", "cboSettings"},
+                                     {"cboTrack"}};
+        for (int tab = 0; tab < 3; ++tab) {
+            dialog.find<SSTab>("SSTab1")->Tab(tab);
+            dialog.find("cmdCtrl(1)")->setFocus();
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab); // the tab bar
+            for (const QString &stop : stops[tab] + QStringList{"cmdCtrl(0)", "cmdCtrl(1)"}) {
+                QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+                QCOMPARE(QApplication::focusWidget(), dialog.find(stop.toLatin1()));
+            }
+        }
+    }
+
     void cancelling_writes_nothing()
     {
-        QFETCH(int, way);
-        home.writeSettings("[MSR]\nTrack=0\n; as it was\n");
-        const QByteArray before = home.readSettings();
-        Dialog dialog;
-        dialog.find<QComboBox>("cboTrack")->setCurrentIndex(2);
-        if (way == 0)
-            QTest::keyClick(&dialog.form, Qt::Key_Escape);
-        else if (way == 1)
-            QTest::mouseClick(dialog.find("cmdCtrl(1)"), Qt::LeftButton);
-        else
-            dialog.form.close();
-        QVERIFY(!dialog.form.isVisible());
-        QCOMPARE(dialog.form.IsOK(), False);
-        QCOMPARE(home.readSettings(), before);
+        const QByteArray before("[MSR]\nTrack=0\n; as it was\n");
+        home.writeSettings(before);
+        const std::function<void(Dialog &)> ways[] = {
+            [](Dialog &dialog) { QTest::keyClick(&dialog.form, Qt::Key_Escape); },
+            [](Dialog &dialog) { dialog.click("cmdCtrl(1)"); },
+            [](Dialog &dialog) { dialog.form.close(); },
+        };
+        for (const auto &way : ways) {
+            Dialog dialog;
+            dialog.find<QComboBox>("cboTrack")->setCurrentIndex(2);
+            way(dialog);
+            QVERIFY(!dialog.form.isVisible());
+            QCOMPARE(dialog.form.IsOK(), False);
+            QCOMPARE(home.readSettings(), before);
+        }
     }
 
     void a_failed_write_leaves_the_dialog_open()
     {
-        QDir().mkpath(home.settingsFile() + QStringLiteral("/occupied"));
+        QDir().mkpath(home.settingsFile() + "/occupied");
         Dialog dialog;
         dialog.find<QComboBox>("cboTrack")->setCurrentIndex(2);
-        QTest::mouseClick(dialog.find("cmdCtrl(0)"), Qt::LeftButton);
-        QCOMPARE(dialog.host.boxes,
-                 {ScriptedHost::Box({"Path/File access error", "75", MsgBoxIcon::None})});
+        dialog.click("cmdCtrl(0)");
+        QCOMPARE(dialog.host.boxes, QStringList("75: Path/File access error"));
         QVERIFY(dialog.form.isVisible());
         QCOMPARE(dialog.form.IsOK(), False);
-        QCOMPARE(dialog.shown().last(), QStringLiteral("Track3"));
+        QCOMPARE(dialog.shown().last(), "Track3");
 
         QDir(home.settingsFile()).removeRecursively();
-        QTest::mouseClick(dialog.find("cmdCtrl(0)"), Qt::LeftButton);
+        dialog.click("cmdCtrl(0)");
         QVERIFY(!dialog.form.isVisible());
-        QCOMPARE(GetSetting("Tavrel", "MSR", "Track", {}), QStringLiteral("2"));
+        QCOMPARE(GetSetting("Tavrel", "MSR", "Track", {}), "2");
     }
 
 private:
-    const QList<std::pair<QString, QString>> keys{{"Punch", "AutoSwitch"},
-                                                  {"Punch", "ClockIn"},
-                                                  {"Punch", "ClockOut"},
-                                                  {"Communication", "Comport"},
-                                                  {"Communication", "BaudRate"},
-                                                  {"Communication", "Settings"},
-                                                  {"MSR", "Track"}};
     TemporaryHome home;
 };
 

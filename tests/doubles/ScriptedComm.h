@@ -12,22 +12,19 @@ public:
     bool PortOpen() const override { return open; }
     void PortOpen(bool wanted) override
     {
-        if (broken)
-            throw Failure(5, QStringLiteral("broken"));
+        failIf(broken);
         open = wanted;
         received.clear();
     }
     std::int16_t InBufferCount() override
     {
-        if (broken)
-            throw Failure(5, QStringLiteral("broken"));
+        failIf(broken);
         return static_cast<std::int16_t>(received.size());
     }
     QByteArray Input() override { return std::exchange(received, {}); }
     void Output(const QByteArray &bytes) override
     {
-        if (!open || broken)
-            throw Failure(5, QStringLiteral("broken"));
+        failIf(!open || broken);
         sent.append(bytes);
     }
 
@@ -37,4 +34,11 @@ public:
     bool broken = false; ///< every use of the line fails
     QByteArray received;
     QByteArrayList sent;
+
+private:
+    static void failIf(bool condition)
+    {
+        if (condition)
+            throw Failure(5, QStringLiteral("broken"));
+    }
 };

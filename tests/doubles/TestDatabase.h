@@ -1,9 +1,7 @@
 #pragma once
 
 #include "platform/Connection.h"
-
-#include <QFile>
-#include <QTemporaryDir>
+#include "tests/doubles/TemporaryHome.h"
 
 #include <sqlite3.h>
 
@@ -11,7 +9,7 @@
 class TestDatabase
 {
 public:
-    TestDatabase() { run(sampleSchema()); }
+    explicit TestDatabase(const QByteArray &sql = {}) { run(sampleSchema() + sql); }
 
     QString folder() const { return m_folder.path(); }
     QString file() const { return m_folder.filePath(QStringLiteral("Orvanta.mdb")); }
@@ -21,13 +19,7 @@ public:
                QStringLiteral("\\Orvanta.mdb;Persist Security Info=False");
     }
 
-    static QByteArray sampleSchema()
-    {
-        QFile file(QStringLiteral(SAMPLE_SCHEMA));
-        if (!file.open(QIODevice::ReadOnly))
-            qFatal("no sample schema");
-        return file.readAll();
-    }
+    static QByteArray sampleSchema() { return TemporaryHome::read(SAMPLE_SCHEMA); }
 
     /// Runs statements; the rows that they give, a line a row, columns separated by "|".
     QString run(const QByteArray &sql) const

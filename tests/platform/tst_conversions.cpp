@@ -1,123 +1,73 @@
 #include "platform/Conversions.h"
-#include "platform/Failure.h"
 #include "platform/RegionalFormat.h"
-
-#include <QtTest>
-
-#include <functional>
-
-/// The number of the failure that `action` throws; 0 when it throws none.
-static int failureOf(const std::function<void()> &action)
-{
-    try {
-        action();
-        return 0;
-    } catch (const Failure &failure) {
-        return failure.number;
-    }
-}
-
-static void addNumber(const char *text, int value, int failure = 0)
-{
-    QTest::addRow("'%s'", text) << QString::fromLatin1(text) << value << failure;
-}
+#include "tests/doubles/Table.h"
+#include "tests/doubles/failureOf.h"
 
 class TestConversions : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void lenient_data()
+    /// Texts as numbers: in the lenient way of settings, which knows no locale, and strictly.
+    void texts_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<int>("value");
-        QTest::addColumn<int>("failure");
-        addNumber("", 0);
-        addNumber("abc", 0);
-        addNumber("-", 0);
-        addNumber(".", 0);
-        addNumber("12 monkeys", 12);
-        addNumber(" 1 2 3 ", 123);
-        addNumber("- 7", -7);
-        addNumber("+.5e1x", 5);
-        addNumber("1e", 1);
-        addNumber("1,9", 1);
-        addNumber("0.5", 0);
-        addNumber("1.5", 2);
-        addNumber("2.5", 2);
-        addNumber("-0.5", 0);
-        addNumber("32767.5", 0, 6);
-        addNumber("32767.4", 32767);
-        addNumber("-32768.5", -32768);
-        addNumber("99999", 0, 6);
-        addNumber("1e9", 0, 6);
-        addNumber("1e999", 0, 6);
-        addNumber("1e-999", 0);
-        addNumber("inf", 0);
-        addNumber("2026-11-22", 2026);
-    }
-    void lenient()
-    {
-        QFETCH(QString, text);
-        QFETCH(int, value);
-        QFETCH(int, failure);
-        QCOMPARE(failureOf([&] { QCOMPARE(int(lenientNumber(text)), value); }), failure);
-    }
-
-    void strict_data()
-    {
-        QTest::addColumn<QString>("locale");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<int>("value");
-        QTest::addColumn<int>("failure");
-        const auto row = [](const char *locale, const char *text, int value, int failure = 0) {
-            QTest::addRow("%s '%s'", locale, text)
-                << QString::fromLatin1(locale) << QString::fromLatin1(text) << value << failure;
-        };
-        row("en_US", "", 0, 13);
-        row("en_US", "1x", 0, 13);
-        row("en_US", "inf", 0, 13);
-        row("en_US", "nan", 0, 13);
-        row("en_US", " 1 ", 1);
-        row("en_US", "1.5", 2);
-        row("en_US", "1,234", 1234);
-        row("en_US", "99999", 0, 6);
-        row("en_US", "1e999", 0, 6);
-        row("de_DE", "1,5", 2);
-        row("de_DE", "1.234", 1234);
+        Table<QString, QString, int, int> row("locale", "text", "value", "failure");
+        for (const char *nothing : {"", "abc", "-", ".", "inf", "0.5", "-0.5", "1e-999"})
+            row("lenient", nothing, 0, 0);
+        row("lenient", "12 monkeys", 12, 0);
+        row("lenient", " 1 2 3 ", 123, 0);
+        row("lenient", "- 7", -7, 0);
+        row("lenient", "+.5e1x", 5, 0);
+        row("lenient", "1e", 1, 0);
+        row("lenient", "1,9", 1, 0);
+        row("lenient", "1.5", 2, 0);
+        row("lenient", "2.5", 2, 0);
+        row("lenient", "32767.4", 32767, 0);
+        row("lenient", "-32768.5", -32768, 0);
+        row("lenient", "2026-11-22", 2026, 0);
+        for (const char *tooLarge : {"32767.5", "99999", "1e9", "1e999"})
+            row("lenient", tooLarge, 0, 6);
+        for (const char *bad : {"", "1x", "inf", "nan"})
+            row("en_US", bad, 0, 13);
+        row("en_US", " 1 ", 1, 0);
+        row("en_US", "1.5", 2, 0);
+        row("en_US", "1,234", 1234, 0);
+        for (const char *tooLarge : {"99999", "1e999"})
+            row("en_US", tooLarge, 0, 6);
+        row("de_DE", "1,5", 2, 0);
+        row("de_DE", "1.234", 1234, 0);
         row("de_DE", "1.5", 0, 13);
-        row("ar_EG", "1", 1);
-        row("fa_IR", "-2", -2);
+        row("ar_EG", "1", 1, 0);
+        row("fa_IR", "-2", -2, 0);
     }
-    void strict()
+    void texts()
     {
         QFETCH(QString, locale);
         QFETCH(QString, text);
-        QFETCH(int, value);
-        QFETCH(int, failure);
-        QCOMPARE(failureOf([&] { QCOMPARE(int(strictNumber(text, QLocale(locale))), value); }),
-                 failure);
+        int value = 0;
+        QTEST(failureOf([&] {
+                  value = locale == "lenient" ? lenientNumber(text)
+                                              : strictNumber(text, QLocale(locale));
+              }),
+              "failure");
+        QTEST(value, "value");
     }
 
     void column_data()
     {
-        QTest::addColumn<QVariant>("value");
-        QTest::addColumn<int>("number");
-        QTest::addColumn<int>("failure");
-        QTest::newRow("Null") << QVariant() << 0 << 94;
-        QTest::newRow("whole") << QVariant(qlonglong(32767)) << 32767 << 0;
-        QTest::newRow("too large") << QVariant(qlonglong(32768)) << 0 << 6;
-        QTest::newRow("real") << QVariant(2.5) << 2 << 0;
-        QTest::newRow("text") << QVariant(QStringLiteral("12")) << 12 << 0;
-        QTest::newRow("no number") << QVariant(QStringLiteral("twelve")) << 0 << 13;
-        QTest::newRow("bytes") << QVariant(QByteArray("12")) << 0 << 13;
+        Table<QVariant, int, int> row("value", "number", "failure");
+        row("Null", QVariant(), 0, 94);
+        row("whole", 32767LL, 32767, 0);
+        row("too large", 32768LL, 0, 6);
+        row("real", 2.5, 2, 0);
+        row("text", "12", 12, 0);
+        row("no number", "twelve", 0, 13);
+        row("bytes", QByteArray("12"), 0, 13);
     }
     void column()
     {
         QFETCH(QVariant, value);
-        QFETCH(int, number);
-        QFETCH(int, failure);
-        QCOMPARE(failureOf([&] { QCOMPARE(int(toInt16(value)), number); }), failure);
+        QTEST(failureOf([&] { QTEST(int(toInt16(value)), "number"); }), "failure");
     }
 
     void oneMore()
@@ -131,40 +81,31 @@ private Q_SLOTS:
 
     void times_data()
     {
-        QTest::addColumn<QString>("locale");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<double>("value");
-        QTest::addColumn<int>("failure");
-        const auto row = [](const char *locale, const char *text, double value, int failure = 0) {
-            QTest::addRow("%s '%s'", locale, text)
-                << QString::fromLatin1(locale) << QString::fromUtf8(text) << value << failure;
-        };
+        Table<QString, QString, double, int> row("locale", "text", "value", "failure");
         const double afternoon = (17 * 3600 + 30 * 60) / 86400.0;
         for (const char *locale : {"en_US", "de_DE", "ja_JP"}) {
-            row(locale, "00:00:00", 0.0);
-            row(locale, "12:00:00", 0.5);
-            row(locale, "17:30", afternoon);
-            row(locale, "5:30:00 PM", afternoon);
-            row(locale, "2026-11-22 12:00:00", 46348.5);
-            row(locale, "2026-11-22", 46348.0);
+            row(locale, "00:00:00", 0.0, 0);
+            row(locale, "12:00:00", 0.5, 0);
+            row(locale, "17:30", afternoon, 0);
+            row(locale, "5:30:00 PM", afternoon, 0);
+            row(locale, "2026-11-22 12:00:00", 46348.5, 0);
+            row(locale, "2026-11-22", 46348.0, 0);
             for (const char *bad : {"", "noon", "25:00:00", "12:60:00", "12", "-1", "1e9"})
                 row(locale, bad, 0.0, 13);
         }
-        row("ko_KR", "\uC624\uD6C4 5:30", afternoon); // the mark for PM comes first
-        row("en_US", "12:00:00 am", 0.0);
+        row("ko_KR", "\uC624\uD6C4 5:30", afternoon, 0); // the mark for PM comes first
+        row("en_US", "12:00:00 am", 0.0, 0);
         row("en_US", "12:00:00 PM and more", 0.0, 13);
         row("en_US", "13:00:00 PM", 0.0, 13);
-        row("de_DE", "22.11.26 12:00:00", 9823.5); // two digits of a year are those of 1926
+        row("de_DE", "22.11.26 12:00:00", 9823.5, 0); // two digits of a year are those of 1926
         row("en_US", "November 22, 2026 5:30 PM", 0.0, 13);
-        row("en_US", "Sunday, November 22, 2026 5:30 PM", 46348.0 + afternoon);
+        row("en_US", "Sunday, November 22, 2026 5:30 PM", 46348.0 + afternoon, 0);
     }
     void times()
     {
         QFETCH(QString, locale);
         QFETCH(QString, text);
-        QFETCH(double, value);
-        QFETCH(int, failure);
-        QCOMPARE(failureOf([&] { QCOMPARE(timeText(text, QLocale(locale)), value); }), failure);
+        QTEST(failureOf([&] { QTEST(timeText(text, QLocale(locale)), "value"); }), "failure");
     }
 
     /// What the dialog writes in any format is read back as the same time, in it and, as a plain
@@ -190,13 +131,12 @@ private Q_SLOTS:
     void display()
     {
         const QDateTime moment(QDate(2026, 3, 9), QTime(9, 5, 7));
+        const QLocale american(QStringLiteral("en_US"));
+        const QLocale german(QStringLiteral("de_DE"));
         QCOMPARE(formatHHNNSS(moment), QStringLiteral("090507"));
-        QCOMPARE(formatLongDate(moment, QLocale(QStringLiteral("en_US"))),
-                 QStringLiteral("Monday, March 9, 2026"));
-        QCOMPARE(formatDateTime(moment, QLocale(QStringLiteral("en_US"))),
-                 QStringLiteral("3/9/26 9:05:07 AM"));
-        QCOMPARE(formatDateTime(moment, QLocale(QStringLiteral("de_DE"))),
-                 QStringLiteral("09.03.26 09:05:07"));
+        QCOMPARE(formatLongDate(moment, american), QStringLiteral("Monday, March 9, 2026"));
+        QCOMPARE(formatDateTime(moment, american), QStringLiteral("3/9/26 9:05:07 AM"));
+        QCOMPARE(formatDateTime(moment, german), QStringLiteral("09.03.26 09:05:07"));
     }
 };
 

@@ -1,49 +1,27 @@
-#include "platform/Failure.h"
 #include "platform/Recordset.h"
-#include "tests/doubles/TemporaryHome.h"
+#include "tests/doubles/Table.h"
 #include "tests/doubles/TestDatabase.h"
-
-#include <QtTest>
+#include "tests/doubles/failureOf.h"
 
 #include <unistd.h>
-
-#include <functional>
 
 static constexpr Command Batches{"`RawData`", adCmdTable, adLockOptimistic};
 static constexpr Command HighestBatch{"SELECT MAX(ID) AS MaxID FROM RawData", adCmdText,
                                       adLockReadOnly};
-
-static const QString Msr = QStringLiteral("[DownloadResult]='MSR'");
-
-static int failureOf(const std::function<void()> &action)
-{
-    try {
-        action();
-        return 0;
-    } catch (const Failure &failure) {
-        return failure.number;
-    }
-}
 
 class TestRecordset : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void a_closed_recordset_does_nothing()
-    {
-        Connection connection;
-        Recordset rows(connection);
-        QCOMPARE(rows.State(), adStateClosed);
-        QCOMPARE(failureOf([&] { rows.RecordCount(); }), 3704);
-        QCOMPARE(failureOf([&] { rows.AddNew(); }), 3704);
-        QCOMPARE(failureOf([&] { rows.Update(); }), 3704);
-        QCOMPARE(failureOf([&] { rows.Eof(); }), 3704);
-    }
-
-    void an_empty_table()
+    void closed_or_without_rows()
     {
         Fixture t;
+        QCOMPARE(t.rows.State(), adStateClosed);
+        QCOMPARE(failureOf([&] { t.rows.RecordCount(); }), 3704);
+        QCOMPARE(failureOf([&] { t.rows.AddNew(); }), 3704);
+        QCOMPARE(failureOf([&] { t.rows.Update(); }), 3704);
+        QCOMPARE(failureOf([&] { t.rows.Eof(); }), 3704);
         t.rows.Open(Batches);
         QCOMPARE(t.rows.RecordCount(), 0);
         QVERIFY(t.rows.Eof());
@@ -61,10 +39,10 @@ private Q_SLOTS:
         t.database.run("INSERT INTO RawData VALUES (9, 1, NULL, 'MSR')");
         QCOMPARE(t.rows.RecordCount(), 2);
         QCOMPARE(t.rows.Fields("ID").toInt(), 7);
-        t.rows.Find(Msr, 0, adSearchForward);
+        t.find();
         QVERIFY(t.rows.Eof());
         t.rows.Open(Batches);
-        t.rows.Find(Msr, 0, adSearchForward);
+        t.find();
         QCOMPARE(t.rows.Fields("ID").toInt(), 9);
     }
 
@@ -73,32 +51,25 @@ private Q_SLOTS:
         Fixture t("INSERT INTO RawData(rowid, ID, DownloadResult) VALUES (5, 50, 'MSR'), "
                   "(-3, 30, 'MSR'), (9, 90, 'MSR'), (1, 10, 'other')");
         t.rows.Open(Batches);
-        t.rows.Find(Msr, 0, adSearchForward);
+        t.find();
         QCOMPARE(t.rows.Fields("ID").toInt(), 30);
-        t.rows.Find(Msr, 0, adSearchForward); // the current row is included
+        t.find(); // the current row is included
         QCOMPARE(t.rows.Fields("ID").toInt(), 30);
-    }
-
-    void a_name_that_is_no_column_is_a_failure()
-    {
-        Fixture t("INSERT INTO RawData VALUES (1, 1, NULL, 'x'); "
-                  "ALTER TABLE RawData RENAME COLUMN DownloadResult TO Other");
+        t.database.run("ALTER TABLE RawData RENAME COLUMN DownloadResult TO Other");
         t.rows.Open(Batches);
-        QVERIFY(failureOf([&] { t.rows.Find(Msr, 0, adSearchForward); }) != 0);
+        QVERIFY(failureOf([&] { t.find(); }) != 0); // the name is not taken for a text
     }
 
     void an_update_meets_what_others_did_data()
     {
-        QTest::addColumn<QByteArray>("meanwhile");
-        QTest::addColumn<int>("failure");
+        Table<QByteArray, int> row("meanwhile", "failure");
         const int changed = -2147217864;
-        QTest::newRow("nothing") << QByteArray() << 0;
-        QTest::newRow("another column") << QByteArray("UPDATE RawData SET ID = 5") << 0;
-        QTest::newRow("the column") << QByteArray("UPDATE RawData SET RecordCount = 2") << changed;
-        QTest::newRow("to Null") << QByteArray("UPDATE RawData SET DateTime = NULL") << changed;
-        QTest::newRow("to another case")
-            << QByteArray("UPDATE RawData SET DateTime = 'NEVER'") << changed;
-        QTest::newRow("gone") << QByteArray("DELETE FROM RawData") << changed;
+        row("nothing", "", 0);
+        row("another column", "UPDATE RawData SET ID = 5", 0);
+        row("the column", "UPDATE RawData SET RecordCount = 2", changed);
+        row("to Null", "UPDATE RawData SET DateTime = NULL", changed);
+        row("to another case", "UPDATE RawData SET DateTime = 'NEVER'", changed);
+        row("gone", "DELETE FROM RawData", changed);
     }
     void an_update_meets_what_others_did()
     {
@@ -108,36 +79,31 @@ private Q_SLOTS:
                   "COLLATE NOCASE, DownloadResult TEXT); "
                   "INSERT INTO RawData VALUES (1, NULL, 'never', 'MSR')");
         t.rows.Open(Batches);
-        t.rows.Find(Msr, 0, adSearchForward);
+        t.find();
         t.rows.Collect("RecordCount", 9);
         t.rows.Collect("DateTime", QDateTime(QDate(2026, 3, 9), QTime(9, 5, 7)));
-        t.database.run(meanwhile);
+        t.database.run("BEGIN EXCLUSIVE; " + meanwhile + "; COMMIT"); // nobody is locked out
         QCOMPARE(failureOf([&] { t.rows.Update(); }), failure);
         if (failure == 0)
             QCOMPARE(t.database.run("SELECT RecordCount, DateTime FROM RawData"),
                      QStringLiteral("9|2026-03-09 09:05:07"));
     }
 
-    void a_pending_row_goes_with_close()
+    void a_refused_row_is_a_failure_and_goes_with_close()
     {
-        Fixture t;
+        Fixture t("CREATE TRIGGER no BEFORE INSERT ON RawData WHEN new.ID = 1 "
+                  "BEGIN SELECT RAISE(IGNORE); END");
         t.rows.Open(Batches);
         t.rows.AddNew();
         t.rows.Collect("RecordCount", 1);
         QVERIFY(failureOf([&] { t.rows.Update(); }) != 0); // ID must not be Null
+        t.rows.Collect("ID", 1);
+        QVERIFY(failureOf([&] { t.rows.Update(); }) != 0); // the trigger drops it in silence
+        t.rows.Collect("ID", 2);
         t.rows.Close();
         t.rows.Open(Batches);
         t.rows.Update();
         QCOMPARE(t.database.run("SELECT count(*) FROM RawData"), QStringLiteral("0"));
-    }
-
-    void a_row_refused_in_silence_is_a_failure()
-    {
-        Fixture t("CREATE TRIGGER no BEFORE INSERT ON RawData BEGIN SELECT RAISE(IGNORE); END");
-        t.rows.Open(Batches);
-        t.rows.AddNew();
-        t.rows.Collect("ID", 1);
-        QVERIFY(failureOf([&] { t.rows.Update(); }) != 0);
     }
 
     void a_query_can_only_be_read()
@@ -150,59 +116,44 @@ private Q_SLOTS:
         QCOMPARE(failureOf([&] { t.rows.AddNew(); }), 3251);
     }
 
-    void nobody_is_locked_out_between_two_calls()
-    {
-        Fixture t("INSERT INTO RawData VALUES (7, 1, NULL, 'MSR')");
-        t.rows.Open(Batches);
-        t.rows.Find(Msr, 0, adSearchForward);
-        t.rows.Collect("RecordCount", 2);
-        t.database.run("BEGIN EXCLUSIVE; COMMIT");
-    }
-
     void files_that_are_no_database_data()
     {
-        QTest::addColumn<QByteArray>("content");
-        QTest::addColumn<QString>("words");
-        QTest::newRow("noise") << QByteArray(5000, 'x') << "file is not a database";
-        QTest::newRow("Jet") << QByteArray("\0\1\0\0Standard Jet DB\0\1", 21).leftJustified(4096)
-                             << "The database is in the format of Microsoft Jet. It has to be "
-                                "converted to SQLite before it can be used.";
-        QTest::newRow("empty") << QByteArray() << "no such table: RawData";
+        Table<QByteArray, QString> row("content", "words");
+        row("noise", QByteArray(5000, 'x'), "file is not a database");
+        row("Jet", QByteArray("\0\1\0\0Standard Jet DB\0\1", 21).leftJustified(4096),
+            "The database is in the format of Microsoft Jet. It has to be converted to SQLite "
+            "before it can be used.");
+        row("empty", "", "no such table: RawData");
     }
     void files_that_are_no_database()
     {
         QFETCH(QByteArray, content);
-        QFETCH(QString, words);
         Fixture t;
         TemporaryHome::write(t.database.file(), content);
         try {
             t.rows.Open(Batches);
             QFAIL("opened");
         } catch (const Failure &failure) {
-            QCOMPARE(failure.description, words);
+            QTEST(failure.description, "words");
         }
         QCOMPARE(TemporaryHome::read(t.database.file()), content);
         QCOMPARE(t.rows.State(), adStateClosed);
     }
 
-    void a_missing_file_is_not_made()
+    void a_missing_file_is_not_made_and_one_in_its_place_counts()
     {
         Fixture t;
-        QVERIFY(QFile::rename(t.database.file(), t.database.file() + ".away"));
+        const QString file = t.database.file();
+        t.rows.Open(Batches);
+        QVERIFY(QFile::rename(file, file + ".away"));
         QCOMPARE(failureOf([&] { t.rows.Open(Batches); }), SQLITE_CANTOPEN);
-        QVERIFY(!QFile::exists(t.database.file()));
-        QVERIFY(QFile::rename(t.database.file() + ".away", t.database.file()));
-        t.rows.Open(Batches);
-    }
-
-    void a_file_put_in_its_place_is_the_database_from_then_on()
-    {
-        Fixture t;
-        t.rows.Open(Batches);
-        QVERIFY(QFile::rename(t.database.file(), t.database.file() + ".old"));
+        QVERIFY(!QFile::exists(file));
         t.database.run(TestDatabase::sampleSchema() + "INSERT INTO RawData VALUES (4, 1, 1, 'x')");
         t.rows.Open(Batches);
         QCOMPARE(t.rows.Fields("ID").toInt(), 4);
+        QCOMPARE(std::rename(qPrintable(file + ".away"), qPrintable(file)), 0);
+        t.rows.Open(Batches);
+        QCOMPARE(t.rows.RecordCount(), 0);
     }
 
     void a_read_only_file_is_a_failure()
@@ -235,11 +186,12 @@ private Q_SLOTS:
 
 private:
     struct Fixture {
-        explicit Fixture(const QByteArray &sql = {})
+        explicit Fixture(const QByteArray &sql = {}) : database(sql)
         {
-            database.run(sql);
             connection.ConnectionString(database.connectionString());
         }
+        void find() { rows.Find("[DownloadResult]='MSR'", 0, adSearchForward); }
+
         TestDatabase database;
         Connection connection;
         Recordset rows{connection};

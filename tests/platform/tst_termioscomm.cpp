@@ -1,29 +1,24 @@
-#include "platform/EventLoopHost.h"
-#include "platform/Failure.h"
 #include "platform/TermiosComm.h"
+#include "tests/doubles/Table.h"
 #include "tests/doubles/TemporaryHome.h"
+#include "tests/doubles/failureOf.h"
 #include "tools/VirtualReader.h"
-
-#include <QtTest>
 
 #include <fcntl.h>
 
-/// The real host where nothing is shown.
-class QuietHost : public EventLoopHost
+/// A control on the line of a reader.
+static TermiosComm onLine(const VirtualReader &reader)
 {
-public:
-    using Host::MsgBox;
-    void MsgBox(const QString &, const QString &, MsgBoxIcon) override {}
-};
-
-static bool opens(TermiosComm &comm)
-{
-    try {
-        comm.PortOpen(true);
-    } catch (const Failure &) {
-    }
-    return comm.PortOpen();
+    return TermiosComm([device = reader.device()](std::int16_t) { return device; });
 }
+
+/// A reader and a port that is open on its line.
+struct OpenLine {
+    OpenLine() { comm.PortOpen(true); }
+
+    VirtualReader reader;
+    TermiosComm comm = onLine(reader);
+};
 
 static qsizetype openDescriptors()
 {
@@ -37,36 +32,24 @@ class TestTermiosComm : public QObject
 private Q_SLOTS:
     void settings_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<bool>("valid");
-        QTest::addColumn<uint>("rate");
-        QTest::addColumn<uint>("bits");
-        const auto row = [](const char *text, bool valid, uint rate = 0, uint bits = 0) {
-            QTest::addRow("'%s'", text) << QString::fromLatin1(text) << valid << rate << bits;
-        };
-        row("9600,N,8,1", true, B9600, CS8);
-        row("4800,O,7,1", true, B4800, CS7 | PARENB | PARODD);
-        row("2400,S,7,1", true, B2400, CS7 | PARENB | CMSPAR);
-        row("1200,e,7,2", true, B1200, CS7 | PARENB | CSTOPB);
-        row("115200,M,8,2", true, B115200, CS8 | PARENB | PARODD | CMSPAR | CSTOPB);
+        Table<QString, int, uint, uint> row("text", "failure", "rate", "bits");
+        row("9600,N,8,1", 0, B9600, CS8);
+        row("4800,O,7,1", 0, B4800, CS7 | PARENB | PARODD);
+        row("2400,S,7,1", 0, B2400, CS7 | PARENB | CMSPAR);
+        row("1200,e,7,2", 0, B1200, CS7 | PARENB | CSTOPB);
+        row("115200,M,8,2", 0, B115200, CS8 | PARENB | PARODD | CMSPAR | CSTOPB);
         for (const char *bad : {"", "9600", "9600,N,8", "9600,X,8,1", "9601,N,8,1", "9600,N,6,1",
                                 "9600,N,8,1.5", "9600,N,8,1,", "-9600,N,8,1"})
-            row(bad, false);
+            row(bad, EINVAL, 0, 0);
     }
     void settings()
     {
         QFETCH(QString, text);
-        QFETCH(bool, valid);
-        try {
-            const LineSettings parsed = parseLineSettings(text);
-            QVERIFY(valid);
-            QTEST(uint(parsed.rate), "rate");
-            QTEST(uint(parsed.controlBits), "bits");
-            QCOMPARE(parsed.checksParity, (parsed.controlBits & PARENB) != 0);
-        } catch (const Failure &failure) {
-            QVERIFY(!valid);
-            QCOMPARE(failure.number, EINVAL);
-        }
+        LineSettings parsed = {};
+        QTEST(failureOf([&] { parsed = parseLineSettings(text); }), "failure");
+        QTEST(uint(parsed.rate), "rate");
+        QTEST(uint(parsed.controlBits), "bits");
+        QCOMPARE(parsed.checksParity, (parsed.controlBits & PARENB) != 0);
     }
 
     /// Good bytes, a good FF, a byte in error and a byte 00 in error, cut at every place.
@@ -97,8 +80,9 @@ private Q_SLOTS:
     {
         const qsizetype before = openDescriptors();
         for (const char *path : {"/nowhere", "/dev/null", "/"}) {
-            TermiosComm comm([path](std::int16_t) { return QString::fromLatin1(path); });
-            QVERIFY(!opens(comm));
+            TermiosComm comm([path](std::int16_t) { return QString(path); });
+            QVERIFY_EXCEPTION_THROWN(comm.PortOpen(true), Failure);
+            QVERIFY(!comm.PortOpen());
             QVERIFY_EXCEPTION_THROWN(comm.Output("x"), Failure);
             QCOMPARE(comm.InBufferCount(), std::int16_t(0));
             QVERIFY(comm.Input().isEmpty());
@@ -108,37 +92,37 @@ private Q_SLOTS:
 
     void takes_the_line_for_itself_and_gives_it_back()
     {
-        VirtualReader reader;
-        TermiosComm first = onLine(reader);
-        TermiosComm second = onLine(reader);
-        QVERIFY(opens(first));
-        QVERIFY(!opens(second));
-        first.PortOpen(false);
-        QVERIFY(opens(second));
+        OpenLine line;
+        TermiosComm second = onLine(line.reader);
+        QVERIFY_EXCEPTION_THROWN(second.PortOpen(true), Failure);
+        QVERIFY(!second.PortOpen());
+        line.comm.PortOpen(false);
+        line.reader.send("old"); // is thrown away with the next opening
+        second.PortOpen(true);
+        line.reader.send("new");
+        QTRY_COMPARE(second.InBufferCount(), std::int16_t(3));
+        QCOMPARE(second.Input(), QByteArray("new"));
+        QVERIFY(second.Input().isEmpty());
     }
 
-    void what_waited_from_before_is_thrown_away()
-    {
-        VirtualReader reader;
-        TermiosComm comm = onLine(reader);
-        reader.send("old");
-        QVERIFY(opens(comm));
-        reader.send("new");
-        QTRY_COMPARE(comm.InBufferCount(), std::int16_t(3));
-        QCOMPARE(comm.Input(), QByteArray("new"));
-        QVERIFY(comm.Input().isEmpty());
-    }
-
-    void every_byte_passes()
+    void every_byte_passes_whatever_flags_others_have_left()
     {
         QByteArray all;
         for (int byte = 0; byte < 256; ++byte)
             all += char(byte);
-        for (const char *format : {"9600,N,8,1", "9600,O,7,1"}) {
+        for (const bool checked : {false, true}) {
             VirtualReader reader;
+            const FileDescriptor line(::open(qPrintable(reader.device()), O_RDWR | O_NOCTTY));
+            termios flags = {};
+            tcgetattr(line.get(), &flags);
+            flags.c_iflag |= IGNPAR | INPCK | IXOFF | IXANY | ISTRIP;
+            QCOMPARE(tcsetattr(line.get(), TCSANOW, &flags), 0);
+
             TermiosComm comm = onLine(reader);
-            comm.Settings(QString::fromLatin1(format));
-            QVERIFY(opens(comm));
+            comm.Settings(checked ? "9600,O,7,1" : "9600,N,8,1");
+            comm.PortOpen(true);
+            tcgetattr(line.get(), &flags);
+            QCOMPARE(flags.c_iflag, tcflag_t(checked ? IGNBRK | INPCK | PARMRK : IGNBRK));
             reader.send(all);
             QTRY_COMPARE(comm.InBufferCount(), std::int16_t(256));
             QCOMPARE(comm.Input(), all);
@@ -147,77 +131,38 @@ private Q_SLOTS:
         }
     }
 
-    void nothing_stays_of_earlier_line_flags()
+    void waiting_bytes_are_bounded_and_output_does_not_block()
     {
-        VirtualReader reader;
-        const FileDescriptor line(::open(reader.device().toUtf8().constData(), O_RDWR | O_NOCTTY));
-        termios flags = {};
-        tcgetattr(line.get(), &flags);
-        flags.c_iflag |= IGNPAR | INPCK | IXOFF | IXANY | ISTRIP;
-        QCOMPARE(tcsetattr(line.get(), TCSANOW, &flags), 0);
-        for (const bool checked : {false, true}) {
-            TermiosComm comm = onLine(reader);
-            comm.Settings(checked ? QStringLiteral("9600,O,7,1") : QStringLiteral("9600,N,8,1"));
-            QVERIFY(opens(comm));
-            tcgetattr(line.get(), &flags);
-            QCOMPARE(flags.c_iflag, tcflag_t(checked ? IGNBRK | INPCK | PARMRK : IGNBRK));
-        }
-    }
-
-    void waiting_bytes_are_bounded()
-    {
-        VirtualReader reader;
-        TermiosComm comm = onLine(reader);
-        QVERIFY(opens(comm));
-        reader.send(QByteArray(1500, 'a'));
-        QTRY_COMPARE(comm.InBufferCount(), std::int16_t(1024));
+        OpenLine line;
+        line.reader.send(QByteArray(1500, 'a'));
+        QTRY_COMPARE(line.comm.InBufferCount(), std::int16_t(1024));
         QTest::qWait(0); // lets the rest, if any, come in and be dropped
-        QCOMPARE(comm.Input(), QByteArray(1024, 'a'));
-    }
+        QCOMPARE(line.comm.Input(), QByteArray(1024, 'a'));
 
-    void output_does_not_block()
-    {
-        VirtualReader reader;
-        TermiosComm comm = onLine(reader);
-        QVERIFY(opens(comm));
         QByteArray much;
         for (int i = 0; i < 20000; ++i)
             much += QByteArray::number(i);
-        comm.Output(much.left(7));
-        comm.Output(much.mid(7));
+        line.comm.Output(much.left(7));
+        line.comm.Output(much.mid(7));
         QByteArray arrived;
-        QTRY_VERIFY((arrived += reader.receive(0)).size() == much.size());
+        QTRY_VERIFY((arrived += line.reader.receive(0)).size() == much.size());
         QVERIFY(arrived == much);
-    }
-
-    void a_byte_ends_the_wait()
-    {
-        VirtualReader reader;
-        TermiosComm comm = onLine(reader);
-        QVERIFY(opens(comm));
-        QuietHost host;
-        int idlePasses = 0;
-        while (comm.InBufferCount() == 0 && idlePasses < 1000) {
-            if (idlePasses++ == 3)
-                reader.send("x");
-            host.DoEvents();
-        }
-        QCOMPARE(comm.Input(), QByteArray("x"));
     }
 
     void a_pulled_reader_leaves_the_port_open_in_name()
     {
-        TermiosComm comm([this](std::int16_t) { return m_device; });
-        for (const bool met_by_event : {false, true}) {
+        QString device;
+        TermiosComm comm([&](std::int16_t) { return device; });
+        for (const bool metByEvent : {false, true}) {
             auto reader = std::make_unique<VirtualReader>();
-            m_device = reader->device();
-            QVERIFY(opens(comm));
+            device = reader->device();
+            comm.PortOpen(true);
             reader->send("half a fra");
             QTRY_COMPARE(comm.InBufferCount(), std::int16_t(10));
             comm.Input();
             reader.reset();
             const qsizetype held = openDescriptors();
-            if (met_by_event)
+            if (metByEvent)
                 QTRY_COMPARE(openDescriptors(), held - 1);
             QCOMPARE(comm.InBufferCount(), std::int16_t(0));
             QCOMPARE(openDescriptors(), held - 1);
@@ -227,14 +172,6 @@ private Q_SLOTS:
             QVERIFY(!comm.PortOpen());
         }
     }
-
-private:
-    static TermiosComm onLine(const VirtualReader &reader)
-    {
-        return TermiosComm([device = reader.device()](std::int16_t) { return device; });
-    }
-
-    QString m_device;
 };
 
 QTEST_GUILESS_MAIN(TestTermiosComm)

@@ -1,6 +1,5 @@
 #include "tests/doubles/ReaderBench.h"
-
-#include <QtTest>
+#include "tests/doubles/Table.h"
 
 #include <limits>
 
@@ -14,9 +13,15 @@ private Q_SLOTS:
         ReaderBench t;
         t.comm.open = false;
         QCOMPARE(t.driver.Disconnect(), -3);
+        t.driver.CommPort(32768);
+        QCOMPARE(t.driver.Connect(), -2);
         t.driver.CommPort(2);
-        t.driver.Settings(QStringLiteral("4800,O,7,1"));
+        t.driver.Settings("4800,O,7,1");
         QCOMPARE(t.comm.port, std::int16_t(0));
+        t.comm.broken = true;
+        QCOMPARE(t.driver.Connect(), -2);
+        QVERIFY(!t.comm.open);
+        t.comm.broken = false;
         QCOMPARE(t.driver.Connect(), 0);
         QCOMPARE(t.comm.port, std::int16_t(2));
         QCOMPARE(t.comm.settings, QStringLiteral("4800,O,7,1"));
@@ -30,67 +35,38 @@ private Q_SLOTS:
         QVERIFY(t.host.boxes.isEmpty());
     }
 
-    void connecting_fails()
-    {
-        ReaderBench t;
-        t.comm.open = false;
-        t.driver.CommPort(32768);
-        QCOMPARE(t.driver.Connect(), -2);
-        t.driver.CommPort(1);
-        t.comm.broken = true;
-        QCOMPARE(t.driver.Connect(), -2);
-        QVERIFY(!t.comm.open);
-        QVERIFY(t.host.boxes.isEmpty());
-    }
-
-    void deviceType()
-    {
-        ReaderBench t;
-        t.driver.DeviceType(2);
-        QCOMPARE(t.driver.DeviceType(), 2);
-    }
-
     void descriptions_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::newRow("-1") << "Device is already connected.";
-        QTest::newRow("-2") << "Commport open failed.";
-        QTest::newRow("-3") << "Device is not connected.";
-        QTest::newRow("-4") << "Unknown error code.";
-        QTest::newRow("-5") << "Invalid swipe magnetic card or device settings.";
-        QTest::newRow("-6") << "The track1 data is not allowed.";
-        QTest::newRow("-7") << "The track2 data is not allowed.";
-        QTest::newRow("-8") << "The track3 data is not allowed.";
-        QTest::newRow("-9") << "";
-        QTest::newRow("-10") << "The writing card process time out.";
-        QTest::newRow("-11") << "Unknown error code.";
-        QTest::newRow("0") << "Unknown error code.";
+        Table<int, QString> row("code", "text");
+        row(-1, "Device is already connected.");
+        row(-2, "Commport open failed.");
+        row(-3, "Device is not connected.");
+        row(-4, "Unknown error code.");
+        row(-5, "Invalid swipe magnetic card or device settings.");
+        row(-6, "The track1 data is not allowed.");
+        row(-7, "The track2 data is not allowed.");
+        row(-8, "The track3 data is not allowed.");
+        row(-9, "");
+        row(-10, "The writing card process time out.");
+        row(-11, "Unknown error code.");
+        row(0, "Unknown error code.");
     }
     void descriptions()
     {
+        QFETCH(int, code);
         QFETCH(QString, text);
         ReaderBench t;
-        const int code = QByteArray(QTest::currentDataTag()).toInt();
         QString message = QStringLiteral("before");
         t.driver.ErrorDescription(code, message);
         QCOMPARE(message, text);
         t.driver.ShowErrorDescription(code);
-        if (text.isEmpty())
-            QVERIFY(t.host.boxes.isEmpty());
-        else
-            QCOMPARE(t.host.boxes, {ScriptedHost::Box({text, "Tavrel", MsgBoxIcon::Critical})});
+        QCOMPARE(t.host.boxes, text.isEmpty() ? QStringList() : QStringList("Tavrel! " + text));
     }
 
     void frames_data()
     {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<int>("result");
-        QTest::addColumn<QStringList>("tracks");
-        QTest::addColumn<int>("dataType");
-        const auto row = [](const char *name, const QByteArray &bytes, int result,
-                            const QStringList &tracks, int dataType) {
-            QTest::newRow(name) << bytes << result << tracks << dataType;
-        };
+        // The data type 7 stands for "as it was".
+        Table<QByteArray, int, QStringList, int> row("bytes", "result", "tracks", "dataType");
         const QStringList none{"a", "b", "c"};
         row("two tracks", "\2%B12?;123?\3", 0, {"B12", "123", "c"}, 0);
         row("the other sentinel", "\2;123<\3", 0, {"a", "123", "c"}, 1);
@@ -105,8 +81,7 @@ private Q_SLOTS:
         row("only STX", "\2\3", 0, none, 7);
         row("only ETX", "\3", 0, none, 7);
         row("two frames", "\2;1?\3\2;2<\3", 0, {"a", "1", "c"}, 0);
-        row("every byte stays", "\2%\x80\xA0\xFF?\3", 0,
-            {QStringLiteral(u"\u0080\u00A0\u00FF"), "b", "c"}, 0);
+        row("every byte stays", "\2%\x80\xA0\xFF?\3", 0, {"\u0080\u00A0\u00FF", "b", "c"}, 0);
         row("nothing more", "\2%AB", -4, none, 7);
         row("nothing more, sentinel", "\2%AB<", -4, none, 1);
         row("513 bytes", "\2;" + QByteArray(509, '1') + "?\3", 0, {"a", QString(509, u'1'), "c"},
@@ -115,55 +90,46 @@ private Q_SLOTS:
     void frames()
     {
         QFETCH(QByteArray, bytes);
+        QFETCH(int, dataType);
         for (const int batch : {1, int(bytes.size())}) {
-            ReaderBench t;
-            t.comm.received = "\2;x?\3";
-            QString ignored;
-            // The last read's data type is 0 or 1; 7 in the table stands for "as it was".
             for (const int before : {0, 1}) {
+                ReaderBench t;
                 t.comm.received = before ? "<\3" : "?\3";
-                QCOMPARE(t.driver.ReadTracks(1, ignored, ignored, ignored), 0);
+                QCOMPARE(t.read(), 0);
                 qsizetype sent = 0;
                 t.host.onEvents = [&](int) {
                     t.comm.received += bytes.mid(sent, batch);
                     sent += batch;
                 };
-                t.tracks = {"a", "b", "c"};
                 QTEST(t.read(), "result");
                 // Sent one by one, what lies behind the end of the frame is not received yet.
-                if (batch > 1 || !bytes.endsWith('z')) {
+                if (batch > 1 || !bytes.endsWith('z'))
                     QTEST(QStringList(t.tracks.begin(), t.tracks.end()), "tracks");
-                }
-                QFETCH(int, dataType);
                 QCOMPARE(t.driver.ReadTrackDataType(), dataType == 7 ? before : dataType);
                 QVERIFY(t.host.boxes.isEmpty());
             }
         }
     }
 
-    void frames_past_the_buffer_data()
-    {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<QString>("track2");
-        QTest::newRow("514 bytes") << "\2;" + QByteArray(510, '1') + "?\3"
-                                   << "b";
-        QTest::newRow("no end sentinel in 512")
-            << "\2;" + QByteArray(509, '1') + "\3" << QString(509, u'1') + u'\3';
-        QTest::newRow("noise") << QByteArray(1024, '\x7f') << "b";
-    }
     void frames_past_the_buffer()
     {
-        QFETCH(QByteArray, bytes);
-        ReaderBench t;
-        t.comm.received = bytes;
-        t.host.onBox = [&] { QCOMPARE(t.read(), 0); }; // still busy while the box is open
-        QCOMPARE(t.read(), 0);
-        QTEST(t.tracks[1], "track2");
-        QCOMPARE(t.host.boxes,
-                 {ScriptedHost::Box({"Subscript out of range", "Tavrel", MsgBoxIcon::None})});
-        t.comm.received = "\2;5?\3";
-        QCOMPARE(t.read(), 0);
-        QCOMPARE(t.tracks[1], QStringLiteral("5"));
+        const QByteArray digits(509, '1');
+        const std::pair<QByteArray, QString> frames[] = {
+            {"\2;" + digits + "1?\3", "b"},
+            {"\2;" + digits + "\3", digits + "\3"}, // no end sentinel in 512 bytes
+            {QByteArray(1024, '\x7f'), "b"},
+        };
+        for (const auto &[bytes, track2] : frames) {
+            ReaderBench t;
+            t.comm.received = bytes;
+            t.host.onBox = [&] { QCOMPARE(t.read(), 0); }; // still busy while the box is open
+            QCOMPARE(t.read(), 0);
+            QCOMPARE(t.tracks[1], track2);
+            QCOMPARE(t.host.boxes, QStringList("Tavrel: Subscript out of range"));
+            t.comm.received = "\2;5?\3";
+            QCOMPARE(t.read(), 0);
+            QCOMPARE(t.tracks[1], "5");
+        }
     }
 
     void timeouts()
@@ -187,37 +153,31 @@ private Q_SLOTS:
         QCOMPARE(t.host.passes, 2 + 5);
     }
 
-    void cancel_data()
-    {
-        QTest::addColumn<int>("timeout");
-        for (const int timeout : {-1, 0, 10000})
-            QTest::addRow("%d", timeout) << timeout;
-    }
     void cancel()
     {
-        QFETCH(int, timeout);
-        ReaderBench t;
-        t.driver.Cancel(); // without effect before the read
-        t.host.onEvents = [&](int pass) {
-            if (pass == 500) {
-                t.driver.Cancel();
-                t.comm.received = "\2;1<\3"; // comes too late
-            }
-        };
-        QCOMPARE(t.read(static_cast<std::int16_t>(timeout)), -9);
-        QCOMPARE(t.host.passes, 500);
-        QCOMPARE(t.tracks[1], QStringLiteral("b"));
-        QCOMPARE(t.driver.ReadTrackDataType(), 1);
+        for (const int timeout : {-1, 0, 10000}) {
+            ReaderBench t;
+            t.driver.Cancel(); // without effect before the read
+            t.host.onEvents = [&](int pass) {
+                if (pass == 500) {
+                    t.driver.Cancel();
+                    t.comm.received = "\2;1<\3"; // comes too late
+                }
+            };
+            QCOMPARE(t.read(timeout), -9);
+            QCOMPARE(t.host.passes, 500);
+            QCOMPARE(t.tracks[1], QStringLiteral("b"));
+            QCOMPARE(t.driver.ReadTrackDataType(), 1);
+        }
     }
 
     void a_read_inside_a_read_does_nothing()
     {
         ReaderBench t;
         t.host.onEvents = [&](int) {
-            QString track = QStringLiteral("kept");
             t.comm.received = "\2;1?\3";
-            QCOMPARE(t.driver.ReadTracks(200, track, track, track), 0);
-            QCOMPARE(track, QStringLiteral("kept"));
+            QCOMPARE(t.read(), 0);
+            QCOMPARE(t.tracks[1], QStringLiteral("b"));
         };
         QCOMPARE(t.read(), 0);
         QCOMPARE(t.tracks[1], QStringLiteral("1"));
@@ -231,7 +191,7 @@ private Q_SLOTS:
         QCOMPARE(t.host.passes, 0);
         t.comm.open = t.comm.broken = true;
         QCOMPARE(t.read(), 0);
-        QCOMPARE(t.host.boxes, {ScriptedHost::Box({"broken", "Tavrel", MsgBoxIcon::None})});
+        QCOMPARE(t.host.boxes, QStringList("Tavrel: broken"));
     }
 
     /// The Options dialog does that under a waiting read.

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QtTest>
+
+/// The data of a test function: makes its columns, then a row with every call.
+template <typename... Values> class Table
+{
+public:
+    template <typename... Names> explicit Table(Names... columns)
+    {
+        (QTest::addColumn<Values>(columns), ...);
+    }
+
+    void operator()(const char *name, const Values &...values) const
+    {
+        (QTest::newRow(name) << ... << values);
+    }
+
+    /// Names the row after its values.
+    void operator()(const Values &...values) const
+    {
+        const QStringList name{QVariant(values).toString()...};
+        (*this)(qPrintable(name.join(u' ')), values...);
+    }
+};
