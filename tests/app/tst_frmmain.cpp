@@ -1,4 +1,5 @@
 #include "app/App.h"
+#include "app/Initial.h"
 #include "app/frmMain.h"
 #include "platform/EventLoopHost.h"
 #include "platform/RegionalFormat.h"
@@ -85,6 +86,14 @@ class TestFrmMain : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void connectionString()
+    {
+        for (const QString folder : {"/opt/tavrel", "/", "C:\\", "/a;b"})
+            QCOMPARE(Initial::connectionString(folder),
+                     "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + folder +
+                         "\\Orvanta.mdb;Persist Security Info=False");
+    }
+
     void one_instance_at_a_time()
     {
         // A start that knows of another run-time folder, or of none, meets the first one too.

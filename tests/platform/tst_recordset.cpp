@@ -106,6 +106,24 @@ private Q_SLOTS:
         QCOMPARE(t.database.run("SELECT count(*) FROM RawData"), QStringLiteral("0"));
     }
 
+    void a_locked_file_is_waited_for()
+    {
+        Fixture t("INSERT INTO RawData VALUES (7, 1, NULL, 'MSR')");
+        Connection other;
+        other.ConnectionString(t.database.connectionString());
+        Statement(other, "BEGIN IMMEDIATE").execute();
+        int waits = 0;
+        t.connection.onLocked = [&] {
+            ++waits;
+            Statement(other, "COMMIT").execute();
+        };
+        t.rows.Open(Batches);
+        t.find();
+        t.rows.Collect("RecordCount", 2);
+        t.rows.Update();
+        QCOMPARE(waits, 1);
+    }
+
     void a_query_can_only_be_read()
     {
         Fixture t("INSERT INTO RawData VALUES (7, 1, NULL, 'x')");

@@ -1,5 +1,7 @@
+#include "platform/TermiosComm.h"
 #include "tests/doubles/ReaderBench.h"
 #include "tests/doubles/Table.h"
+#include "tools/VirtualReader.h"
 
 static const QByteArray Accepted("\2\6\3");
 static const QString OutOfRange = "Tavrel: Subscript out of range";
@@ -9,6 +11,28 @@ static std::int32_t setLine(ReaderBench &bench)
 {
     return bench.driver.SetBaudRate_BCC("9600,n,8,1", True, "n");
 }
+
+/// A real line, with a reader at its end that accepts whatever it is sent.
+class AcceptingLine : public TermiosComm
+{
+public:
+    AcceptingLine() : TermiosComm([this](std::int16_t) { return reader.device(); })
+    {
+        PortOpen(true);
+    }
+
+    void Output(const QByteArray &bytes) override
+    {
+        TermiosComm::Output(bytes);
+        sent += reader.receive(bytes.size());
+        reader.send(Accepted);
+        while (InBufferCount() < Accepted.size()) {
+        }
+    }
+
+    VirtualReader reader;
+    QByteArrayList sent;
+};
 
 class TestWriting : public QObject
 {
@@ -33,13 +57,15 @@ private Q_SLOTS:
         QFETCH(QStringList, tracks);
         QFETCH(int, deviceType);
         QFETCH(int, bcc);
-        ReaderBench t;
-        t.driver.DeviceType(deviceType);
-        t.driver.BCC(static_cast<Boolean>(bcc));
-        t.comm.received = Accepted;
-        QCOMPARE(t.write(tracks), 0);
-        QCOMPARE(t.comm.sent, QByteArrayList{QByteArray::fromHex(frame)});
-        QVERIFY(t.comm.received.isEmpty());
+        ScriptedHost host;
+        AcceptingLine line;
+        CMRW driver(host, line);
+        driver.DeviceType(deviceType);
+        QCOMPARE(driver.DeviceType(), deviceType);
+        driver.BCC(static_cast<Boolean>(bcc));
+        QCOMPARE(driver.WriteTracks(1, tracks[0], tracks[1], tracks[2]), 0);
+        QCOMPARE(line.sent, QByteArrayList{QByteArray::fromHex(frame)});
+        QCOMPARE(line.InBufferCount(), std::int16_t(0));
     }
 
     void characters_data()
@@ -190,13 +216,14 @@ private Q_SLOTS:
         QFETCH(QString, rate);
         QFETCH(int, bcc);
         QFETCH(QString, oldParity);
-        ReaderBench t;
-        t.driver.Settings("as it was");
-        t.comm.received = Accepted;
-        QCOMPARE(t.driver.SetBaudRate_BCC(rate, static_cast<Boolean>(bcc), oldParity), 0);
-        QCOMPARE(t.comm.sent, QByteArrayList{QByteArray::fromHex(frame)});
-        QCOMPARE(t.driver.Settings(), QStringLiteral("as it was"));
-        QCOMPARE(t.driver.BCC(), False);
+        ScriptedHost host;
+        AcceptingLine line;
+        CMRW driver(host, line);
+        driver.Settings("as it was");
+        QCOMPARE(driver.SetBaudRate_BCC(rate, static_cast<Boolean>(bcc), oldParity), 0);
+        QCOMPARE(line.sent, QByteArrayList{QByteArray::fromHex(frame)});
+        QCOMPARE(driver.Settings(), QStringLiteral("as it was"));
+        QCOMPARE(driver.BCC(), False);
     }
 
     /// The answer of a reader at the given poll, the hundredth of a second after the last one;
