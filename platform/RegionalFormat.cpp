@@ -12,6 +12,28 @@ constexpr qint64 DayZero = 2415019; // 30 December 1899, as a Julian day
 
 const QString PlainTime = QStringLiteral("HH:mm:ss");
 
+/// The pattern of the user's long time, in the toolkit's letters, without the zone; HH:mm:ss for
+/// a format that these letters cannot tell.
+QString longTimePattern(const QLocale &locale)
+{
+    static const QString KnownLetters = QStringLiteral("hHmsaApP");
+    const QString pattern = locale.timeFormat(QLocale::LongFormat);
+    QString withoutZone;
+    bool quoted = false;
+    for (const QChar letter : pattern) {
+        if (letter == u'\'')
+            quoted = !quoted;
+        if (!quoted && letter == u't')
+            continue;
+        // A few formats have letters that the toolkit would show as they are.
+        if (!quoted && letter.unicode() < 0x80 && letter.isLetter() &&
+            !KnownLetters.contains(letter))
+            return PlainTime;
+        withoutZone += letter;
+    }
+    return withoutZone.remove(QStringLiteral("()")).remove(QStringLiteral("[]")).simplified();
+}
+
 QStringList timePatterns(const QLocale &locale)
 {
     return {longTimePattern(locale),      locale.timeFormat(QLocale::ShortFormat),
@@ -188,26 +210,6 @@ QString formatDateTime(const QDateTime &dateTime, const QLocale &locale)
 {
     return locale.toString(dateTime.date(), QLocale::ShortFormat) + u' ' +
            locale.toString(dateTime.time(), longTimePattern(locale));
-}
-
-QString longTimePattern(const QLocale &locale)
-{
-    static const QString KnownLetters = QStringLiteral("hHmsaApP");
-    const QString pattern = locale.timeFormat(QLocale::LongFormat);
-    QString withoutZone;
-    bool quoted = false;
-    for (const QChar letter : pattern) {
-        if (letter == u'\'')
-            quoted = !quoted;
-        if (!quoted && letter == u't')
-            continue;
-        // A few formats have letters that the toolkit would show as they are.
-        if (!quoted && letter.unicode() < 0x80 && letter.isLetter() &&
-            !KnownLetters.contains(letter))
-            return PlainTime;
-        withoutZone += letter;
-    }
-    return withoutZone.remove(QStringLiteral("()")).remove(QStringLiteral("[]")).simplified();
 }
 
 QString formatTimeOfDay(const QTime &time, const QLocale &locale)

@@ -34,10 +34,6 @@ QString formatLongDate(const QDateTime &dateTime, const QLocale &locale = userLo
 /// The user's short date, a blank and the long time without a zone.
 QString formatDateTime(const QDateTime &dateTime, const QLocale &locale = userLocale());
 
-/// The pattern of the user's long time, in the toolkit's letters, without the zone; HH:mm:ss for
-/// a format that these letters cannot tell.
-QString longTimePattern(const QLocale &locale = userLocale());
-
 /// A time of day in the user's long format, or as HH:mm:ss where that format does not read back
 /// as the same time. What it returns, parseDateAndTime reads back.
 QString formatTimeOfDay(const QTime &time, const QLocale &locale = userLocale());

@@ -4,7 +4,6 @@
 #include "reader/Frames.h"
 
 #include <QFile>
-#include <QFileInfo>
 #include <QRegularExpression>
 
 #include <fcntl.h>
@@ -52,7 +51,7 @@ VirtualReader::~VirtualReader()
 
 void VirtualReader::linkAt(const QString &path)
 {
-    if (QFileInfo(path).isSymLink())
+    if (QFile::symLinkTarget(path).startsWith(u"/dev/pts/"))
         QFile::remove(path);
     if (!QFile::link(m_device, path))
         throw Failure(Failure::PathFileAccess);

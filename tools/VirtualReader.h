@@ -22,8 +22,8 @@ public:
     /// The reader's end of the line, to be waited on.
     int descriptor() const { return m_reader.get(); }
 
-    /// Makes `path` a link to the device, in place of an earlier link but never of anything else;
-    /// the link goes with the object. Failure 75 when it cannot be made.
+    /// Makes `path` a link to the device, in place of one to another pseudo-terminal but never of
+    /// anything else; the link goes with the object. Failure 75 when it cannot be made.
     void linkAt(const QString &path);
 
     /// Sends bytes to the clock, as they are.

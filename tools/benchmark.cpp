@@ -151,49 +151,58 @@ void runEventsFor(double seconds)
     runEvents([&] { return timer.elapsed() > seconds * 1000; });
 }
 
-QString connectionString(const QString &folder)
-{
-    return QStringLiteral("Data Source=%1\\Orvanta.mdb;Persist Security Info=False").arg(folder);
-}
+/// A clock at work: on a database with so many stored punches, and on a reader if its port is to
+/// open.
+struct Clock {
+    explicit Clock(qlonglong rows, bool portOpens = true)
+    {
+        makeDatabase(workplace.path(QStringLiteral("Orvanta.mdb")), rows);
+        if (portOpens)
+            reader.linkAt(workplace.comLink());
+        else
+            QFile::link(QStringLiteral("/nowhere"), workplace.comLink());
+        environment.conOV.ConnectionString(
+            QStringLiteral("Data Source=%1\\Orvanta.mdb;Persist Security Info=False")
+                .arg(workplace.path(QStringLiteral("."))));
+        window.Show();
+    }
 
-/// Swipes a badge and returns the milliseconds from the last byte of its frame, met by a running
-/// poll, to the return of the tick that has stored it.
-double swipe(HookedHost &host, VirtualReader &reader)
-{
-    QElapsedTimer timer;
-    bool swiped = false;
-    host.insidePoll = [&] {
-        swiped = true;
-        timer.start();
-        reader.send("\2;1001?\3");
-    };
-    runEvents([&] { return swiped; });
-    return static_cast<double>(timer.nsecsElapsed()) / 1e6;
-}
+    /// Swipes a badge and returns the milliseconds from the last byte of its frame, met by a
+    /// running poll, to the return of the tick that has stored it.
+    double swipe()
+    {
+        QElapsedTimer timer;
+        bool swiped = false;
+        host.insidePoll = [&] {
+            swiped = true;
+            timer.start();
+            reader.send("\2;1001?\3");
+        };
+        runEvents([&] { return swiped; });
+        return static_cast<double>(timer.nsecsElapsed()) / 1e6;
+    }
+
+    Workplace workplace;
+    VirtualReader reader;
+    HookedHost host;
+    DataEnvironment environment;
+    frmMain window{host, environment};
+};
 
 void benchmarkPunch(const QStringList &sizes)
 {
     constexpr int Rounds = 101;
     std::printf("stored punches   bare commits (ms)   a punch (ms)   limit: 1.5 x bare + 5 (ms)\n");
     for (const QString &size : sizes) {
-        const Workplace workplace;
-        makeDatabase(workplace.path(QStringLiteral("Orvanta.mdb")), size.toLongLong());
-        QFile::copy(workplace.path(QStringLiteral("Orvanta.mdb")),
-                    workplace.path(QStringLiteral("bare")));
-        BareDatabase bare(workplace.path(QStringLiteral("bare")));
-
-        VirtualReader reader;
-        reader.linkAt(workplace.comLink());
-        HookedHost host;
-        DataEnvironment environment;
-        environment.conOV.ConnectionString(connectionString(workplace.path(QStringLiteral("."))));
-        frmMain window(host, environment);
-        window.Show();
+        Clock clock(size.toLongLong());
+        const QString bareFile = clock.workplace.path(QStringLiteral("bare"));
+        QFile::copy(clock.workplace.path(QStringLiteral("Orvanta.mdb")), bareFile);
+        BareDatabase bare(bareFile);
 
         std::vector<double> bareTimes;
         std::vector<double> punchTimes;
         for (int i = 0; i < Rounds; ++i) {
-            punchTimes.push_back(swipe(host, reader));
+            punchTimes.push_back(clock.swipe());
             closePunchInformation();
             QElapsedTimer timer;
             timer.start();
@@ -210,20 +219,11 @@ void benchmarkPunch(const QStringList &sizes)
 
 void benchmarkIdle(double seconds, bool portOpen)
 {
-    const Workplace workplace;
-    VirtualReader reader;
-    if (portOpen)
-        reader.linkAt(workplace.comLink());
-    else
-        QFile::link(QStringLiteral("/nowhere"), workplace.comLink());
-    HookedHost host;
-    DataEnvironment environment;
-    frmMain window(host, environment);
-    window.Show();
+    Clock clock(0, portOpen);
     runEventsFor(2);
 
     int readings = 0; // a tick reads the clock twice
-    host.onNow = [&] { ++readings; };
+    clock.host.onNow = [&] { ++readings; };
     const double before = processorSeconds();
     runEventsFor(seconds);
     const double used = processorSeconds() - before;
@@ -234,18 +234,10 @@ void benchmarkIdle(double seconds, bool portOpen)
 
 void benchmarkSoak(int swipes)
 {
-    const Workplace workplace;
-    makeDatabase(workplace.path(QStringLiteral("Orvanta.mdb")), 0);
-    VirtualReader reader;
-    reader.linkAt(workplace.comLink());
-    HookedHost host;
-    DataEnvironment environment;
-    environment.conOV.ConnectionString(connectionString(workplace.path(QStringLiteral("."))));
-    frmMain window(host, environment);
-    window.Show();
+    Clock clock(0);
     std::printf("swipes   resident memory (kB)   open files\n");
     for (int i = 0; i <= swipes; ++i) {
-        swipe(host, reader);
+        clock.swipe();
         if (i % 3 == 0)
             closePunchInformation();
         if (i % (swipes / 10) == 0) {
