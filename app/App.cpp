@@ -39,10 +39,12 @@ InstanceLock::InstanceLock()
             ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
         if (!file)
             continue;
-        if (::flock(file.get(), LOCK_EX | LOCK_NB) == 0)
+        if (::flock(file.get(), LOCK_EX | LOCK_NB) == 0) {
             m_locks.push_back(std::move(file));
-        else if (errno == EWOULDBLOCK)
+        } else if (errno == EWOULDBLOCK) {
             m_prevInstance = true;
+            return;
+        }
     }
 }
 

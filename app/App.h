@@ -22,8 +22,11 @@ QString Title();
 QString Path();
 
 /// The user's claim to be running the program, which one process at a time has: a lock in the
-/// user's run-time folder and one in the settings folder, so that a start that knows only one of
-/// them meets it too. The system takes it back when the process ends, however it ends.
+/// user's run-time folder and then one in the settings folder, so that a start that knows only one
+/// of them meets it too. The system takes it back when the process ends, however it ends.
+///
+/// Every start takes the locks in this order and stops at the first that is refused. So of two
+/// starts at once one has what the other lacks, and lives.
 class InstanceLock
 {
 public:
