@@ -6,13 +6,6 @@
 #include <chrono>
 #include <cstdlib>
 
-namespace
-{
-
-constexpr std::chrono::milliseconds LongestWait{10};
-
-} // namespace
-
 std::int32_t EventLoopHost::GetTickCount()
 {
     using namespace std::chrono;
@@ -21,15 +14,17 @@ std::int32_t EventLoopHost::GetTickCount()
         static_cast<std::uint32_t>(duration_cast<milliseconds>(sinceStart).count()));
 }
 
-void EventLoopHost::DoEvents()
+void EventLoopHost::DoEvents(std::int32_t longestWait)
 {
     // Asked to wait, the dispatcher does so only when nothing is pending; the timer ends the wait.
     QTimer limit;
-    limit.setTimerType(Qt::PreciseTimer);
-    limit.setSingleShot(true);
-    limit.start(LongestWait);
-    QAbstractEventDispatcher::instance()->processEvents(QEventLoop::AllEvents |
-                                                        QEventLoop::WaitForMoreEvents);
+    QEventLoop::ProcessEventsFlags flags = QEventLoop::AllEvents;
+    if (longestWait > 0) {
+        limit.setTimerType(Qt::PreciseTimer);
+        limit.start(longestWait);
+        flags |= QEventLoop::WaitForMoreEvents;
+    }
+    QAbstractEventDispatcher::instance()->processEvents(flags);
 }
 
 QDateTime EventLoopHost::Now()
@@ -41,5 +36,5 @@ QDateTime EventLoopHost::Now()
 
 void EventLoopHost::End()
 {
-    std::_Exit(0);
+    std::quick_exit(0);
 }

@@ -9,7 +9,7 @@ class EventLoopHost : public Host
 {
 public:
     std::int32_t GetTickCount() override;
-    void DoEvents() override;
+    void DoEvents(std::int32_t longestWait = 0) override;
     QDateTime Now() override;
     void End() override;
     using Host::MsgBox;

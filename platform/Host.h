@@ -6,6 +6,7 @@
 #include <QString>
 
 #include <cstdint>
+#include <limits>
 
 enum class MsgBoxIcon { None, Critical };
 
@@ -20,9 +21,12 @@ public:
     /// positive value to the most negative one, every 49.7 days.
     virtual std::int32_t GetTickCount() = 0;
 
-    /// Delivers all pending events and returns. When nothing at all was pending it first gives
-    /// the processor away until the next event, and for 10 ms at the most.
-    virtual void DoEvents() = 0;
+    /// Delivers all pending events and returns. When nothing at all was pending it first gives the
+    /// processor away until the next event, for at most `longestWait` milliseconds: what is left
+    /// until the caller's own limit, Forever where it has none. With 0 it never waits.
+    virtual void DoEvents(std::int32_t longestWait = 0) = 0;
+
+    static constexpr std::int32_t Forever = std::numeric_limits<std::int32_t>::max();
 
     /// Shows `text` in a modal box with one OK button and returns when the user has closed it.
     /// Events go on being delivered meanwhile.
@@ -33,7 +37,7 @@ public:
     /// The local date and time, in whole seconds.
     virtual QDateTime Now() = 0;
 
-    /// Ends the process at once, with status 0 and without any further handler. Callers must be
-    /// right also when it returns, as the one in tests does.
+    /// Ends the process at once, with status 0 and without any further handler but those of
+    /// std::at_quick_exit. Callers must be right also when it returns, as the one in tests does.
     virtual void End() = 0;
 };

@@ -76,12 +76,15 @@ public:
 
     void restart() { m_mark = m_host.GetTickCount(); }
 
-    /// Whether more than `milliseconds` have passed; exactly as many are not enough.
-    bool exceeds(std::int32_t milliseconds)
+    /// How many milliseconds are left until more than `milliseconds` have passed, exactly as many
+    /// being not enough; 0 once they have.
+    std::int32_t left(std::int32_t milliseconds)
     {
         const std::int32_t now = m_host.GetTickCount();
         m_mark = std::min(m_mark, now);
-        return std::int64_t{now} - m_mark > milliseconds;
+        const std::int64_t passed = std::int64_t{now} - m_mark;
+        return static_cast<std::int32_t>(
+            std::clamp<std::int64_t>(std::int64_t{milliseconds} + 1 - passed, 0, Host::Forever));
     }
 
 private:
@@ -208,8 +211,8 @@ void CMRW::ErrorDescription(std::int32_t i_lResult, QString &o_sMessage) const
 void CMRW::Delay(std::int32_t i_lMilliseconds)
 {
     operate([&] {
-        for (Span span(m_host); !span.exceeds(i_lMilliseconds);)
-            m_host.DoEvents();
+        for (Span span(m_host); const std::int32_t left = span.left(i_lMilliseconds);)
+            m_host.DoEvents(left);
         return Success;
     });
 }
@@ -244,7 +247,7 @@ std::int32_t CMRW::write(const Frames::Tracks &tracks)
         Frames::buildTracks(tracks, m_StartSentinels, m_CurrentEndSentinel, m_blnBCC == True));
 
     while (m_Comm.InBufferCount() <= 0) {
-        m_host.DoEvents();
+        m_host.DoEvents(Host::Forever);
         if (m_blnCancel)
             return Cancelled;
     }
@@ -285,10 +288,11 @@ std::int32_t CMRW::receiveFrame(std::int16_t i_iTimeout, Frames::ReceiveBuffer &
         }
         if (m_blnCancel)
             return Cancelled;
-        if (i_iTimeout > 0 && silence.exceeds(i_iTimeout))
+        const std::int32_t left = i_iTimeout > 0 ? silence.left(i_iTimeout) : Host::Forever;
+        if (left == 0)
             return TimeOut;
         if (frame.hasEnded())
             return frame.at(1) == Frames::Nak ? InvalidCard : Success;
-        m_host.DoEvents();
+        m_host.DoEvents(left);
     }
 }

@@ -70,9 +70,9 @@ public:
     {
         giveUp(qPrintable(text));
     }
-    void DoEvents() override
+    void DoEvents(std::int32_t longestWait) override
     {
-        DesktopHost::DoEvents();
+        DesktopHost::DoEvents(longestWait);
         if (const auto hook = std::exchange(insidePoll, {}))
             hook();
     }

@@ -55,11 +55,11 @@ public:
         fail(text);
     }
 
-    void DoEvents() override
+    void DoEvents(std::int32_t longestWait) override
     {
         if (const char *said = std::exchange(prompt, nullptr))
             std::cerr << said << std::endl;
-        EventLoopHost::DoEvents();
+        EventLoopHost::DoEvents(longestWait);
     }
 
     bool hasFailed = false;

@@ -2,14 +2,18 @@
 
 #include "tests/doubles/RecordingHost.h"
 
-/// A machine where time passes only when events are delivered.
+/// A machine where time passes only while a caller waits for events: by ticksPerPass milliseconds,
+/// or less where the caller may not be kept so long.
 class ScriptedHost : public RecordingHost<Host>
 {
 public:
     std::int32_t GetTickCount() override { return static_cast<std::int32_t>(ticks); }
-    void DoEvents() override
+    void DoEvents(std::int32_t longestWait) override
     {
-        ticks += ticksPerPass;
+        constexpr int MostPasses = 100000;
+        if (passes == MostPasses)
+            qFatal("a wait without end");
+        ticks += std::min(ticksPerPass, static_cast<std::uint32_t>(longestWait));
         countPass();
     }
 

@@ -75,12 +75,13 @@ private Q_SLOTS:
         row("out of order", "\2;1?%A?\3", 0, {"a", "1", "c"}, 0);
         row("NAK", "\2\x15\3", -5, none, 7);
         row("NAK without STX", "x\x15\3", -5, none, 7);
-        row("no STX", "AB\3", 0, none, 7);
+        row("no STX", "A;1\3", 0, none, 7);
         row("no STX, sentinel", "A<?\3", 0, none, 1);
         row("no end sentinel", "\2;12\3z", 0, {"a", "12\3z", "c"}, 7);
         row("only STX", "\2\3", 0, none, 7);
         row("only ETX", "\3", 0, none, 7);
         row("two frames", "\2;1?\3\2;2<\3", 0, {"a", "1", "c"}, 0);
+        row("a sentinel behind ETX", "\2;1\3<", 0, {"a", "1\3", "c"}, 1);
         row("every byte stays", "\2%\x80\xA0\xFF?\3", 0, {"\u0080\u00A0\u00FF", "b", "c"}, 0);
         row("nothing more", "\2%AB", -4, none, 7);
         row("nothing more, sentinel", "\2%AB<", -4, none, 1);
@@ -103,8 +104,9 @@ private Q_SLOTS:
                 };
                 QTEST(t.read(), "result");
                 // Sent one by one, what lies behind the end of the frame is not received yet.
-                if (batch > 1 || !bytes.endsWith('z'))
-                    QTEST(QStringList(t.tracks.begin(), t.tracks.end()), "tracks");
+                if (batch == 1 && bytes.contains('\3') && !bytes.endsWith('\3'))
+                    continue;
+                QTEST(QStringList(t.tracks.begin(), t.tracks.end()), "tracks");
                 QCOMPARE(t.driver.ReadTrackDataType(), dataType == 7 ? before : dataType);
                 QVERIFY(t.host.boxes.isEmpty());
             }
@@ -121,10 +123,13 @@ private Q_SLOTS:
         };
         for (const auto &[bytes, track2] : frames) {
             ReaderBench t;
+            t.comm.received = "<\3";
+            QCOMPARE(t.read(), 0);
             t.comm.received = bytes;
             t.host.onBox = [&] { QCOMPARE(t.read(), 0); }; // still busy while the box is open
             QCOMPARE(t.read(), 0);
             QCOMPARE(t.tracks[1], track2);
+            QCOMPARE(t.driver.ReadTrackDataType(), 1); // a failed read leaves it as it was
             QCOMPARE(t.host.boxes, QStringList("Tavrel: Subscript out of range"));
             t.comm.received = "\2;5?\3";
             QCOMPARE(t.read(), 0);
@@ -137,7 +142,7 @@ private Q_SLOTS:
         ReaderBench t;
         t.host.ticksPerPass = 50;
         QCOMPARE(t.read(), -4);
-        QCOMPARE(t.host.passes, 5); // 200 ms are not yet more than 200
+        QCOMPARE(t.host.ticks, 201U); // 200 ms are not yet more than 200
 
         // Bytes that trickle in never time out.
         t.host.onEvents = [&](int pass) {
@@ -156,18 +161,21 @@ private Q_SLOTS:
     void cancel()
     {
         for (const int timeout : {-1, 0, 10000}) {
-            ReaderBench t;
-            t.driver.Cancel(); // without effect before the read
-            t.host.onEvents = [&](int pass) {
-                if (pass == 500) {
-                    t.driver.Cancel();
-                    t.comm.received = "\2;1<\3"; // comes too late
-                }
-            };
-            QCOMPARE(t.read(timeout), -9);
-            QCOMPARE(t.host.passes, 500);
-            QCOMPARE(t.tracks[1], QStringLiteral("b"));
-            QCOMPARE(t.driver.ReadTrackDataType(), 1);
+            for (const QByteArray tooLate : {"", "\2;1<\3"}) {
+                ReaderBench t;
+                t.driver.Cancel(); // without effect before the read
+                t.host.onEvents = [&](int pass) {
+                    if (pass == 500) {
+                        t.driver.Cancel();
+                        t.comm.received = tooLate;
+                        t.host.ticks += 20000; // and so is the time-out
+                    }
+                };
+                QCOMPARE(t.read(timeout), -9);
+                QCOMPARE(t.host.passes, 500);
+                QCOMPARE(t.tracks[1], QStringLiteral("b"));
+                QCOMPARE(t.driver.ReadTrackDataType(), tooLate.isEmpty() ? 0 : 1);
+            }
         }
     }
 

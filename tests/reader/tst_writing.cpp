@@ -60,6 +60,8 @@ private Q_SLOTS:
         ScriptedHost host;
         AcceptingLine line;
         CMRW driver(host, line);
+        driver.DeviceType(1);
+        driver.DeviceType(0);
         driver.DeviceType(deviceType);
         QCOMPARE(driver.DeviceType(), deviceType);
         driver.BCC(static_cast<Boolean>(bcc));
@@ -141,11 +143,22 @@ private Q_SLOTS:
         ReaderBench t;
         t.driver.Cancel(); // without effect before the write
         t.host.onEvents = [&](int pass) {
-            if (pass == 100)
+            if (pass == 100) {
                 t.driver.Cancel();
+                t.comm.received = Accepted; // too late, though in the same delivery
+            }
         };
         QCOMPARE(t.write({"", "1", ""}), -9);
         QCOMPARE(t.host.passes, 100);
+        QCOMPARE(t.comm.received, Accepted);
+
+        // A write that is refused for its characters does not take back the Cancel of a read.
+        t.host.onEvents = [&](int) {
+            t.driver.Cancel();
+            QCOMPARE(t.write({"", "x", ""}), -7);
+        };
+        t.comm.received.clear();
+        QCOMPARE(t.read(), -9);
 
         t.comm.received = Accepted;
         t.host.onEvents = [&](int) { t.driver.Cancel(); }; // too late, in the half second
@@ -173,7 +186,8 @@ private Q_SLOTS:
     {
         ReaderBench t;
         const QString half(16383, u'1');
-        QCOMPARE(t.write({QString(32768, u'a'), "", ""}), 0);
+        QCOMPARE(t.write({QString(32768, u'a'), "", ""}), 0); // before the character is looked at
+        QCOMPARE(t.write({QString(32767, u'a'), "", ""}), -6);
         QCOMPARE(t.write({"", half, half}), 0);
         QCOMPARE(t.driver.SetBaudRate_BCC("9600,n,8,1", True, 1), 0);
         QVERIFY(t.comm.sent.isEmpty());
@@ -193,8 +207,13 @@ private Q_SLOTS:
         t.host.onEvents = {};
         t.comm.broken = false;
         t.comm.received = Accepted;
-        QCOMPARE(t.write({"", "1", ""}), 0);
+        const QString fitting(16381, u'1'); // two of them go up to index 32767
+        QCOMPARE(t.write({"", fitting, fitting}), 0);
+        QCOMPARE(t.comm.sent.last().size(), 32768);
         QCOMPARE(t.host.boxes.size(), 6);
+        t.driver.BCC(True);
+        QCOMPARE(t.write({"", fitting, fitting}), 0);
+        QCOMPARE(t.host.boxes.size(), 7);
     }
 
     void parameters_data()
@@ -206,6 +225,7 @@ private Q_SLOTS:
         row("02 1B 53 80 03", "1200,o,8,1", False, "o");
         row("02 1B 53 9A 03", "4800,m,8,1", True, "m");
         row("02 1B 53 03 03", "9600,N,8,1", False, "n");
+        row("02 1B 53 93 03", "9600,o", True, "e");       // the block check's bit counts too
         row("02 1B 53 00 03", "19200,s,8,1", False, "s"); // the sixth character is a comma
         row("02 1B 53 00 03", "", 1, "E");
         row("02 1B 53 0F 03", "9600,s", False, "");
@@ -242,7 +262,7 @@ private Q_SLOTS:
         QFETCH(int, result);
         for (const bool isDownload : {true, false}) {
             ReaderBench t;
-            // A poll is 11 passes of 10 ms, more than 100, and one behind it.
+            // A poll is 11 passes that take 101 ms, and one behind it that takes no time.
             t.host.onEvents = [&](int pass) {
                 if (pass == poll * 12 - 1)
                     t.comm.received = "\2\6+read by me\3";
@@ -253,6 +273,7 @@ private Q_SLOTS:
             const int last = isDownload ? 16 : 11;
             const bool isMet = poll > 0 && poll <= last;
             QCOMPARE(t.host.passes, isMet ? poll * 12 - 1 + 51 : last * 12);
+            QCOMPARE(t.host.ticks, isMet ? poll * 101U + 501U : last * 101U);
             QCOMPARE(t.comm.received.isEmpty(), result == 0 || !isMet);
             QCOMPARE(answer, isDownload && result == 0 ? "\2\6+read by me\3" : "before");
             QVERIFY(t.host.boxes.isEmpty());
