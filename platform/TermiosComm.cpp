@@ -42,16 +42,19 @@ bool isPseudoTerminal(int device)
     return number >= FirstPseudoTerminalMajor && number <= LastPseudoTerminalMajor;
 }
 
-/// Raw bytes at the wanted settings. Marks are asked for together with the parity check only:
-/// a line that is not checked is not marked either, and its bytes FF come single.
+/// Raw bytes at the wanted settings. Marks are asked for in every format: without them the system
+/// passes a break or an overrun on as a byte 00, though breaks are to be ignored. Bit 7 is taken
+/// off in 7-bit formats, for adapters that pass it on.
 void configure(int device, const LineSettings &wanted, bool pseudoTerminal)
 {
     termios line = {};
     check(::tcgetattr(device, &line));
     ::cfmakeraw(&line);
-    line.c_iflag = IGNBRK; // nothing stays of what another program has set
+    line.c_iflag = IGNBRK | PARMRK; // nothing stays of what another program has set
     if (wanted.checksParity)
-        line.c_iflag |= INPCK | PARMRK;
+        line.c_iflag |= INPCK;
+    if ((wanted.controlBits & CSIZE) == CS7)
+        line.c_iflag |= ISTRIP;
     line.c_cflag &= ~(LineControlMask | CRTSCTS);
     line.c_cflag |= wanted.controlBits | CLOCAL | CREAD | HUPCL;
     line.c_cc[VMIN] = 1; // so that a read of 0 bytes means a hang-up and nothing else
@@ -62,10 +65,11 @@ void configure(int device, const LineSettings &wanted, bool pseudoTerminal)
 
     // The call succeeds when any of the changes could be made. A pseudo-terminal has no line
     // that the rest would matter on.
+    constexpr tcflag_t ParityMask = PARENB | PARODD | CMSPAR;
     termios actual = {};
     check(::tcgetattr(device, &actual));
     if (!pseudoTerminal && (::cfgetospeed(&actual) != wanted.rate ||
-                            (actual.c_cflag & LineControlMask) != wanted.controlBits))
+                            (actual.c_cflag & ParityMask) != (wanted.controlBits & ParityMask)))
         throw Failure::ofSystem(EINVAL);
 }
 
@@ -76,7 +80,7 @@ FileDescriptor openDevice(const QString &path, const LineSettings &settings)
     if (!device)
         throw Failure::ofSystem(errno);
     if (!::isatty(device.get()))
-        throw Failure::ofSystem(ENOTTY);
+        throw Failure::ofSystem(errno); // EIO for a node without hardware behind it
     check(::flock(device.get(), LOCK_EX | LOCK_NB));
 
     const bool pseudoTerminal = isPseudoTerminal(device.get());
@@ -117,6 +121,11 @@ void TermiosComm::DeleteLater::operator()(QSocketNotifier *notifier) const
 TermiosComm::TermiosComm(std::function<QString(std::int16_t)> deviceOf)
     : m_deviceOf(std::move(deviceOf))
 {
+}
+
+TermiosComm::~TermiosComm()
+{
+    close();
 }
 
 void TermiosComm::CommPort(std::int16_t port)
@@ -172,7 +181,7 @@ void TermiosComm::open()
 {
     m_device = openDevice(m_deviceOf(m_port), m_settings);
     m_portOpen = true;
-    m_marks = m_settings.checksParity ? std::make_optional<ParityMarks>() : std::nullopt;
+    m_marks = {};
     m_readable.reset(new QSocketNotifier(m_device.get(), QSocketNotifier::Read));
     m_writable.reset(new QSocketNotifier(m_device.get(), QSocketNotifier::Write));
     m_writable->setEnabled(false);
@@ -195,7 +204,7 @@ void TermiosComm::giveBackDevice()
     m_writable.reset();
     m_unsent.clear();
     if (m_device)
-        ::ioctl(m_device.get(), TIOCNXCL); // it lasts as long as anybody has the line open
+        ::ioctl(m_device.get(), TIOCNXCL);
     m_device.reset();
 }
 
@@ -206,8 +215,7 @@ void TermiosComm::receive()
     std::array<char, ReadSize> bytes;
     const ssize_t count = ::read(m_device.get(), bytes.data(), bytes.size());
     if (count > 0) {
-        const QByteArray raw(bytes.data(), count);
-        m_received += m_marks ? m_marks->decode(raw) : raw;
+        m_received += m_marks.decode(QByteArray(bytes.data(), count));
         m_received.truncate(InBufferSize);
     } else if (count == 0 || (errno != EAGAIN && errno != EINTR)) {
         giveBackDevice();

@@ -9,7 +9,6 @@
 
 #include <functional>
 #include <memory>
-#include <optional>
 
 /// The device of port `port`, counted from 1: the first that exists of the link COMn in the
 /// user's settings folder, the link /dev/COMn, and /dev/ttyS(n-1). A link that points nowhere
@@ -20,13 +19,15 @@ QString serialDevice(std::int16_t port);
 /// input wakes the loop, and waiting output goes out through it.
 ///
 /// Opening is exclusive, raw, without handshaking, with DTR and RTS raised, and throws away what
-/// waited on the line from before. A device that goes away is given back to the system, and the
-/// port stays open in name: nothing arrives any more and Output fails.
+/// waited on the line from before. Closing gives the exclusive mode back, which would last as long
+/// as anybody has the line open. A device that goes away is given back to the system, and the port
+/// stays open in name: nothing arrives any more and Output fails.
 class TermiosComm : public MSComm
 {
 public:
     /// `deviceOf`: finds the device of a port number.
     explicit TermiosComm(std::function<QString(std::int16_t)> deviceOf = serialDevice);
+    ~TermiosComm() override;
     TermiosComm(const TermiosComm &) = delete;
     TermiosComm &operator=(const TermiosComm &) = delete;
 
@@ -58,7 +59,7 @@ private:
     FileDescriptor m_device; ///< not held while the port is closed or open only in name
     Notifier m_readable;
     Notifier m_writable;
-    std::optional<ParityMarks> m_marks; ///< while the open line checks parity
+    ParityMarks m_marks;
     QByteArray m_received;
     QByteArray m_unsent;
 };

@@ -1,5 +1,15 @@
 #include "reader/frmCMRW.h"
 
+#include <cstdlib>
+
+frmCMRW::frmCMRW()
+{
+    // The form is never released, but the line is to be given back on every way out.
+    constexpr auto closePort = [] { form().MSComm1.PortOpen(false); };
+    std::atexit(closePort);
+    std::at_quick_exit(closePort);
+}
+
 frmCMRW &frmCMRW::form()
 {
     static auto *const form = new frmCMRW; // outlives every static object: it is never released

@@ -13,5 +13,5 @@ public:
     TermiosComm MSComm1;
 
 private:
-    frmCMRW() = default;
+    frmCMRW();
 };

@@ -105,30 +105,58 @@ private Q_SLOTS:
         QVERIFY(second.Input().isEmpty());
     }
 
-    void every_byte_passes_whatever_flags_others_have_left()
+    /// Whatever flags others have left, and whatever format the line had before.
+    void every_byte_passes_but_for_bit_7_of_seven()
     {
-        QByteArray all;
-        for (int byte = 0; byte < 256; ++byte)
-            all += char(byte);
-        for (const bool checked : {false, true}) {
-            VirtualReader reader;
-            const FileDescriptor line(::open(qPrintable(reader.device()), O_RDWR | O_NOCTTY));
-            termios flags = {};
-            tcgetattr(line.get(), &flags);
-            flags.c_iflag |= IGNPAR | INPCK | IXOFF | IXANY | ISTRIP;
-            QCOMPARE(tcsetattr(line.get(), TCSANOW, &flags), 0);
+        VirtualReader reader;
+        const FileDescriptor line(::open(qPrintable(reader.device()), O_RDWR | O_NOCTTY));
+        termios flags = {};
+        tcgetattr(line.get(), &flags);
+        flags.c_iflag |= IGNPAR | INPCK | IXOFF | IXANY | INLCR;
+        QCOMPARE(tcsetattr(line.get(), TCSANOW, &flags), 0);
 
-            TermiosComm comm = onLine(reader);
-            comm.Settings(checked ? "9600,O,7,1" : "9600,N,8,1");
+        TermiosComm comm = onLine(reader);
+        const std::tuple<const char *, tcflag_t, int> formats[] = {
+            {"9600,N,8,1", IGNBRK | PARMRK, 0xFF},
+            {"9600,O,7,1", IGNBRK | PARMRK | INPCK | ISTRIP, 0x7F},
+            {"9600,E,8,1", IGNBRK | PARMRK | INPCK, 0xFF},
+            {"9600,N,8,1", IGNBRK | PARMRK, 0xFF},
+        };
+        for (const auto &[settings, inputFlags, bits] : formats) {
+            QByteArray all;
+            QByteArray expected;
+            for (int byte = 0; byte < 256; ++byte) {
+                all += char(byte);
+                expected += char(byte & bits);
+            }
+            comm.Settings(settings);
             comm.PortOpen(true);
             tcgetattr(line.get(), &flags);
-            QCOMPARE(flags.c_iflag, tcflag_t(checked ? IGNBRK | INPCK | PARMRK : IGNBRK));
+            QCOMPARE(flags.c_iflag, inputFlags);
             reader.send(all);
             QTRY_COMPARE(comm.InBufferCount(), std::int16_t(256));
-            QCOMPARE(comm.Input(), all);
+            QCOMPARE(comm.Input(), expected);
             comm.Output(all);
             QCOMPARE(reader.receive(all.size()), all);
+            comm.PortOpen(false);
         }
+    }
+
+    void nothing_outlives_the_closing()
+    {
+        OpenLine line;
+        line.comm.Output(QByteArray(100000, 'o')); // more than the line takes
+        line.reader.send("received");
+        QTRY_COMPARE(line.comm.InBufferCount(), std::int16_t(8));
+        line.comm.PortOpen(false);
+        QCOMPARE(line.comm.InBufferCount(), std::int16_t(0));
+        line.comm.PortOpen(true);
+        QCOMPARE(line.comm.InBufferCount(), std::int16_t(0));
+        line.reader.receive();
+        line.comm.Output("new");
+        QCOMPARE(line.reader.receive(3), QByteArray("new"));
+        QTest::qWait(0); // lets more go out, if there is any
+        QVERIFY(line.reader.receive().isEmpty());
     }
 
     void waiting_bytes_are_bounded_and_output_does_not_block()
@@ -149,21 +177,26 @@ private Q_SLOTS:
         QVERIFY(arrived == much);
     }
 
+    /// Whether the loss is met by an event, by looking for input or by sending.
     void a_pulled_reader_leaves_the_port_open_in_name()
     {
         QString device;
         TermiosComm comm([&](std::int16_t) { return device; });
-        for (const bool metByEvent : {false, true}) {
+        enum { ByEvent, ByInput, BySending };
+        for (const int met : {ByEvent, ByInput, BySending}) {
             auto reader = std::make_unique<VirtualReader>();
             device = reader->device();
             comm.PortOpen(true);
             reader->send("half a fra");
             QTRY_COMPARE(comm.InBufferCount(), std::int16_t(10));
             comm.Input();
+            comm.Output(QByteArray(100000, 'o'));
             reader.reset();
             const qsizetype held = openDescriptors();
-            if (metByEvent)
+            if (met == ByEvent)
                 QTRY_COMPARE(openDescriptors(), held - 1);
+            else if (met == BySending)
+                QVERIFY_EXCEPTION_THROWN(comm.Output("x"), Failure);
             QCOMPARE(comm.InBufferCount(), std::int16_t(0));
             QCOMPARE(openDescriptors(), held - 1);
             QVERIFY(comm.PortOpen());
