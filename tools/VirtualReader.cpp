@@ -4,11 +4,13 @@
 #include "reader/Frames.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QRegularExpression>
 
 #include <fcntl.h>
 #include <poll.h>
 #include <termios.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -26,7 +28,8 @@ void require(bool succeeded)
 
 } // namespace
 
-VirtualReader::VirtualReader() : m_reader(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC))
+VirtualReader::VirtualReader()
+    : m_reader(::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC))
 {
     require(bool(m_reader));
     require(::grantpt(m_reader.get()) == 0 && ::unlockpt(m_reader.get()) == 0);
@@ -53,20 +56,30 @@ void VirtualReader::linkAt(const QString &path)
 {
     if (QFile::symLinkTarget(path).startsWith(u"/dev/pts/"))
         QFile::remove(path);
-    if (!QFile::link(m_device, path))
-        throw Failure(Failure::PathFileAccess);
+    if (::symlink(QFile::encodeName(m_device), QFile::encodeName(path)) != 0) {
+        const QString why = Failure::ofSystem(errno).description;
+        const QFileInfo folder(QFileInfo(path).absolutePath());
+        throw Failure(Failure::PathFileAccess,
+                      QStringLiteral("cannot make the link %1: %2")
+                          .arg(path, folder.exists() ? why
+                                                     : QStringLiteral("there is no folder ") +
+                                                           folder.filePath()));
+    }
     m_link = path;
 }
 
-void VirtualReader::send(const QByteArray &bytes)
+qsizetype VirtualReader::send(const QByteArray &bytes)
 {
     qsizetype sent = 0;
     while (sent < bytes.size()) {
         const ssize_t count =
             ::write(m_reader.get(), bytes.constData() + sent, bytes.size() - sent);
+        if (count < 0 && errno == EAGAIN)
+            break;
         require(count >= 0 || errno == EINTR);
         sent += std::max<ssize_t>(count, 0);
     }
+    return sent;
 }
 
 QByteArray VirtualReader::receive(qsizetype atLeast)
@@ -89,11 +102,18 @@ QByteArray swipeFrame(const QString &line)
     static const QRegularExpression spelled(
         QStringLiteral("^(?=[%;+])(?:%(.*?)[?<]?)?(?:;(.*?)[?<]?)?(?:\\+(.*?)[?<]?)?$"));
 
-    Frames::Tracks tracks;
-    if (const auto match = spelled.match(line); match.hasMatch())
-        tracks = {match.captured(1), match.captured(2), match.captured(3)};
-    else
-        tracks[1] = line;
-    return Frames::buildTracks(tracks, Frames::DefaultStartSentinels,
-                               Frames::DefaultEndSentinels[0], false);
+    QByteArray frame(1, Frames::Stx);
+    const auto addTrack = [&frame](std::size_t track, const QString &text) {
+        frame +=
+            Frames::DefaultStartSentinels[track] + text.toLatin1() + Frames::DefaultEndSentinels[0];
+    };
+    if (const auto match = spelled.match(line); match.hasMatch()) {
+        for (int track = 0; track < Frames::TrackCount; ++track) {
+            if (match.hasCaptured(track + 1))
+                addTrack(track, match.captured(track + 1));
+        }
+    } else {
+        addTrack(1, line);
+    }
+    return frame + Frames::Etx;
 }

@@ -23,11 +23,13 @@ public:
     int descriptor() const { return m_reader.get(); }
 
     /// Makes `path` a link to the device, in place of one to another pseudo-terminal but never of
-    /// anything else; the link goes with the object. Failure 75 when it cannot be made.
+    /// anything else; the link goes with the object. Failure 75, which names the path and the
+    /// folder that is missing, when it cannot be made.
     void linkAt(const QString &path);
 
-    /// Sends bytes to the clock, as they are.
-    void send(const QByteArray &bytes);
+    /// Sends bytes to the clock, as they are, without waiting: what a line that nobody reads has
+    /// no room for is dropped. Returns how many bytes the line has taken.
+    qsizetype send(const QByteArray &bytes);
 
     /// What the clock has sent: waits until there are `atLeast` bytes, and takes all there are.
     QByteArray receive(qsizetype atLeast = 0);
@@ -40,5 +42,6 @@ private:
 };
 
 /// The frame of a swipe. A line beginning with "%", ";" or "+" spells its tracks, in this order,
-/// with or without end sentinels; any other line is a badge number on track 2.
+/// with or without end sentinels, as in "%ANN;1001"; one without a text is an empty track. Any
+/// other line is a badge number on track 2.
 QByteArray swipeFrame(const QString &line);

@@ -1,28 +1,32 @@
 #include "platform/Failure.h"
+#include "tools/Console.h"
 #include "tools/EndRequests.h"
 #include "tools/ReaderProtocol.h"
 #include "tools/VirtualReader.h"
 
-#include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QSocketNotifier>
 #include <QTimer>
 
 #include <array>
 #include <chrono>
-#include <iostream>
+#include <optional>
 
 namespace
 {
+
+using namespace Console;
 
 constexpr char Description[] =
     "A card reader without hardware, at the far end of a pseudo-terminal.\n\n"
     "Each line of the standard input is a swipe: a badge number goes on track 2; a line that\n"
     "begins with %, ; or + spells its tracks, as in %ANN;1001+7; an empty line swipes the card\n"
-    "that was written last. The end of the input pulls the reader out.\n\n"
-    "A line may also tell how to answer from now on:\n"
+    "that was written last. Bytes for which a line that nobody reads has no room are dropped.\n"
+    "The end of the input, Ctrl-C or a signal pulls the reader out.\n\n"
+    "A line that begins with ! sets how the reader answers from now on:\n"
     "  !answer MANNER          as the option --answer\n"
-    "  !block-check on|off     as the option --block-check";
+    "  !block-check on|off     as the option --block-check\n\n"
+    "The status is 0 on success, 1 on failure, 2 when the command line is not understood.";
 
 struct MannerName {
     const char *name;
@@ -41,26 +45,13 @@ constexpr std::array Manners{
 /// Between the eleventh and the sixteenth look that a command's sender takes for its answer.
 constexpr std::chrono::milliseconds LateAnswer{1450};
 
-void say(const QString &line)
-{
-    std::cout << qPrintable(line) << std::endl;
-}
-
-void complain(const QString &why)
-{
-    std::cerr << "virtual-reader: " << qPrintable(why) << std::endl;
-}
-
-bool setManner(ReaderProtocol &protocol, const QString &name)
+std::optional<ReaderProtocol::Manner> mannerOf(const QString &name)
 {
     for (const MannerName &known : Manners) {
-        if (name == QLatin1String(known.name)) {
-            protocol.manner = known.manner;
-            return true;
-        }
+        if (name == QLatin1String(known.name))
+            return known.manner;
     }
-    complain(QStringLiteral("no such manner of answering: ") + name);
-    return false;
+    return {};
 }
 
 class Session
@@ -79,13 +70,20 @@ private:
     void answer()
     {
         for (const ReaderProtocol::Reply &reply : m_protocol.receive(m_reader.receive())) {
-            say(reply.request.toHex(' ').toUpper() + QStringLiteral(": ") + reply.event);
+            say(reply.request.toHex(' ').toUpper() + QStringLiteral(": ") + visible(reply.event));
             if (reply.late)
-                QTimer::singleShot(LateAnswer, &m_asked,
-                                   [this, reply] { m_reader.send(reply.answer); });
+                QTimer::singleShot(LateAnswer, &m_asked, [this, reply] { send(reply.answer); });
             else
-                m_reader.send(reply.answer);
+                send(reply.answer);
         }
+    }
+
+    void send(const QByteArray &bytes)
+    {
+        if (const qsizetype dropped = bytes.size() - m_reader.send(bytes); dropped > 0)
+            complain(QStringLiteral("nobody reads the line: %1 of %2 bytes are dropped")
+                         .arg(dropped)
+                         .arg(bytes.size()));
     }
 
     void readInput()
@@ -109,18 +107,24 @@ private:
 
     void obey(const QString &line)
     {
-        const QString argument = line.section(u' ', 1).trimmed();
-        if (line.startsWith(u"!answer"))
-            setManner(m_protocol, argument);
-        else if (line.startsWith(u"!block-check"))
+        if (!line.startsWith(u'!')) {
+            send(line.isEmpty() ? m_protocol.card() : swipeFrame(line));
+            return;
+        }
+        const QString command = line.toLower().simplified();
+        const QString argument = command.section(u' ', 1);
+        const auto manner = mannerOf(argument);
+        if (command.startsWith(u"!answer ") && manner)
+            m_protocol.manner = *manner;
+        else if (command == u"!block-check on" || command == u"!block-check off")
             m_protocol.blockCheck = argument == u"on";
         else
-            m_reader.send(line.isEmpty() ? m_protocol.card() : swipeFrame(line));
+            complain(QStringLiteral("not understood: ") + visible(line));
     }
 
     ReaderProtocol m_protocol;
+    EndRequests m_endRequests; ///< outlives the reader, so that nothing cuts off its tidying up
     VirtualReader m_reader;
-    EndRequests m_endRequests;
     QSocketNotifier m_asked{m_reader.descriptor(), QSocketNotifier::Read};
     QSocketNotifier m_typed{STDIN_FILENO, QSocketNotifier::Read};
     QSocketNotifier m_ending{m_endRequests.descriptor(), QSocketNotifier::Read};
@@ -134,7 +138,6 @@ int main(int argc, char *argv[])
     QCoreApplication application(argc, argv);
     QCommandLineParser parser;
     parser.setApplicationDescription(QString::fromLatin1(Description));
-    parser.addHelpOption();
     const QCommandLineOption link(
         QStringLiteral("link"),
         QStringLiteral("Link to the reader's device, for example the COM1 in a clock's settings "
@@ -148,22 +151,24 @@ int main(int argc, char *argv[])
         QStringLiteral("Answer by accept, nak, 29, one-byte, late or never."),
         QStringLiteral("manner"), QStringLiteral("accept"));
     parser.addOptions({link, blockCheck, answer});
-    parser.process(application);
+
+    if (const QString mistake = parse(parser); !mistake.isEmpty())
+        return refuse(mistake);
+    if (!parser.positionalArguments().isEmpty())
+        return refuse(QStringLiteral("There are no arguments but the options."));
+    const auto manner = mannerOf(parser.value(answer).toLower());
+    if (!manner)
+        return refuse(QStringLiteral("%1 is no manner of answering.").arg(parser.value(answer)));
+    if (parser.value(link).isEmpty())
+        return refuse(QStringLiteral("--link is missing, with the path of the link to make."));
 
     ReaderProtocol protocol;
     protocol.blockCheck = parser.isSet(blockCheck);
-    if (!setManner(protocol, parser.value(answer)))
-        return 2;
-    if (!parser.isSet(link)) {
-        complain(QStringLiteral("tell where to link the device with --link"));
-        return 2;
-    }
-
+    protocol.manner = *manner;
     try {
         const Session session(std::move(protocol), parser.value(link));
         return QCoreApplication::exec();
     } catch (const Failure &failure) {
-        complain(failure.description);
-        return 1;
+        return complain(failure.description);
     }
 }
