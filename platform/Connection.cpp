@@ -94,7 +94,10 @@ Connection::Database Connection::open(const QByteArray &path)
 
     m_timeout = ConnectionTimeout;
     sqlite3_busy_handler(opened, &Connection::waitForOthers, this);
-    if (sqlite3_exec(opened, "PRAGMA synchronous = FULL", nullptr, nullptr, nullptr) != SQLITE_OK)
+
+    // FULL does not sync the folder behind a journal's removal: a journal that is back after a
+    // power cut takes the last commit with it.
+    if (sqlite3_exec(opened, "PRAGMA synchronous = EXTRA", nullptr, nullptr, nullptr) != SQLITE_OK)
         fail(opened);
     m_timeout = CommandTimeout;
     return database;

@@ -188,6 +188,14 @@ private Q_SLOTS:
         QCOMPARE(failure, SQLITE_READONLY);
     }
 
+    void a_commit_outlasts_a_power_cut()
+    {
+        Fixture t;
+        Statement synchronous(t.connection, "PRAGMA synchronous");
+        QVERIFY(synchronous.step());
+        QCOMPARE(synchronous.value(0).toInt(), 3); // EXTRA
+    }
+
     void the_folder_may_have_any_name()
     {
         QTemporaryDir parent;
