@@ -158,6 +158,27 @@ int Connection::mustStop(void *connection)
     return static_cast<Connection *>(connection)->m_patience.hasExpired() ? 1 : 0;
 }
 
+QVariant StoredValue::toVariant() const
+{
+    sqlite3_value *value = m_value.get();
+    switch (sqlite3_value_type(value)) {
+    case SQLITE_INTEGER:
+        return QVariant::fromValue<qlonglong>(sqlite3_value_int64(value));
+    case SQLITE_FLOAT:
+        return sqlite3_value_double(value);
+    case SQLITE_TEXT: {
+        const auto *text = reinterpret_cast<const char *>(sqlite3_value_text(value));
+        return QString::fromUtf8(text, sqlite3_value_bytes(value));
+    }
+    case SQLITE_BLOB: {
+        const auto *bytes = static_cast<const char *>(sqlite3_value_blob(value));
+        return QByteArray(bytes, sqlite3_value_bytes(value));
+    }
+    default:
+        return {};
+    }
+}
+
 Statement::Statement(Connection &connection, const QString &sql,
                      const std::vector<QVariant> &parameters)
     : m_database(connection.database())
@@ -169,6 +190,11 @@ Statement::Statement(Connection &connection, const QString &sql,
     m_statement.reset(statement);
     for (std::size_t i = 0; i < parameters.size(); ++i)
         bind(static_cast<int>(i) + 1, parameters[i]);
+}
+
+void Statement::bind(int index, const StoredValue &value)
+{
+    check(sqlite3_bind_value(m_statement.get(), index, value.get()));
 }
 
 bool Statement::step()
@@ -189,24 +215,9 @@ QString Statement::columnName(int column) const
     return QString::fromUtf8(sqlite3_column_name(m_statement.get(), column));
 }
 
-QVariant Statement::value(int column) const
+StoredValue Statement::value(int column) const
 {
-    sqlite3_stmt *statement = m_statement.get();
-    switch (sqlite3_column_type(statement, column)) {
-    case SQLITE_INTEGER:
-        return QVariant::fromValue<qlonglong>(sqlite3_column_int64(statement, column));
-    case SQLITE_FLOAT:
-        return sqlite3_column_double(statement, column);
-    case SQLITE_TEXT:
-        return QString::fromUtf8(
-            reinterpret_cast<const char *>(sqlite3_column_text(statement, column)),
-            sqlite3_column_bytes(statement, column));
-    case SQLITE_BLOB:
-        return QByteArray(static_cast<const char *>(sqlite3_column_blob(statement, column)),
-                          sqlite3_column_bytes(statement, column));
-    default:
-        return {};
-    }
+    return StoredValue(sqlite3_column_value(m_statement.get(), column));
 }
 
 int Statement::execute()

@@ -64,6 +64,25 @@ private:
     QDeadlineTimer m_patience; ///< ends the opening, or the statement at work
 };
 
+/// A value just as the database stores it, text that is not valid UTF-8 included. It outlives the
+/// statement that has read it.
+class StoredValue
+{
+public:
+    explicit StoredValue(sqlite3_value *value)
+        : m_value(sqlite3_value_dup(value), sqlite3_value_free)
+    {
+    }
+
+    /// Null, qlonglong, double, QString or QByteArray.
+    QVariant toVariant() const;
+
+    sqlite3_value *get() const { return m_value.get(); }
+
+private:
+    std::shared_ptr<sqlite3_value> m_value;
+};
+
 /// One statement, from its preparation to its end. It must not outlive the use it is made for: a
 /// statement that is not finished locks the file for everybody else.
 class Statement
@@ -75,14 +94,16 @@ public:
     Statement(Connection &connection, const QString &sql,
               const std::vector<QVariant> &parameters = {});
 
+    /// Binds a value to the parameter at `index`, counted from 1, just as it is stored.
+    void bind(int index, const StoredValue &value);
+
     /// Steps to the next row; false when there is none.
     bool step();
 
     int columnCount() const;
     QString columnName(int column) const;
 
-    /// Null, qlonglong, double, QString or QByteArray.
-    QVariant value(int column) const;
+    StoredValue value(int column) const;
 
     /// Runs the statement to its end and returns how many rows it changed itself.
     int execute();

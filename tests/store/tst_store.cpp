@@ -27,6 +27,8 @@ private Q_SLOTS:
         row("two marked", "(9, 1, 'x', 'MSR'), (2, 1, 'x', 'MSR')",
             "9|2|2026-03-09 09:05:07|MSR\n2|1|x|MSR", "");
         row("count as a text", "(7, '41', 'x', 'MSR')", "7|42|2026-03-09 09:05:07|MSR", "");
+        row("time not in UTF-8", "(7, 41, CAST(x'ff0061' AS TEXT), 'MSR')",
+            "7|42|2026-03-09 09:05:07|MSR", "");
         row("no count", "(7, NULL, 'x', 'MSR')", "7|NULL|2026-03-09 09:05:07|MSR", "");
         row("last number", "(32766, 1, 'x', 'a')", "32766|1|x|a\n32767|1|2026-03-09 09:05:07|MSR",
             "");
@@ -41,7 +43,7 @@ private Q_SLOTS:
         QFETCH(QByteArray, before);
         QFETCH(QString, box);
         Fixture t("DROP TABLE RawData; CREATE TABLE RawData (ID, RecordCount, DateTime, "
-                  "DownloadResult); "
+                  "DownloadResult, RowID, _rowid_); " // names that hide the row number
                   "INSERT INTO RawData(ID, RecordCount, DateTime, DownloadResult) VALUES " +
                   before);
         t.punch("1001", 1);
@@ -72,19 +74,35 @@ private Q_SLOTS:
     void failures_data()
     {
         Table<QByteArray, QByteArray, bool, QString> row("cause", "cure", "batchIsWritten", "box");
+        const QString noNumbers = "1: `%1` cannot be written: it is a view, or a table whose rows "
+                                  "have no number that can be asked for.";
         row("no batch table", "ALTER TABLE RawData RENAME TO Gone",
             "ALTER TABLE Gone RENAME TO RawData", false, "1: no such table: RawData");
         row("no batch column", "ALTER TABLE RawData RENAME COLUMN RecordCount TO Gone",
             "ALTER TABLE RawData RENAME COLUMN Gone TO RecordCount", false,
-            "3265: The recordset has no such column");
+            "3265: The recordset has no such column: RecordCount");
         row("batch refused",
             "CREATE TRIGGER t BEFORE INSERT ON RawData BEGIN SELECT RAISE(ABORT, 'no'); END",
             "DROP TRIGGER t", false, "1811: no");
+        row("a view of batches",
+            "ALTER TABLE RawData RENAME TO Gone; CREATE VIEW RawData AS SELECT * FROM Gone; CREATE "
+            "TRIGGER t INSTEAD OF INSERT ON RawData BEGIN INSERT INTO Gone(ID) VALUES(1); END",
+            "DROP VIEW RawData; ALTER TABLE Gone RENAME TO RawData", false,
+            noNumbers.arg("RawData"));
+        row("row numbers hidden",
+            "ALTER TABLE RawData ADD ROWID; ALTER TABLE RawData ADD _RowID_; "
+            "ALTER TABLE RawData ADD oid",
+            "ALTER TABLE RawData DROP oid", false, noNumbers.arg("RawData"));
         row("no details table", "ALTER TABLE RawDataDetails RENAME TO Gone",
             "ALTER TABLE Gone RENAME TO RawDataDetails", true, "1: no such table: RawDataDetails");
         row("no details column", "ALTER TABLE RawDataDetails RENAME COLUMN MachineNo TO Gone",
             "ALTER TABLE RawDataDetails RENAME COLUMN Gone TO MachineNo", true,
-            "3265: The recordset has no such column");
+            "3265: The recordset has no such column: MachineNo");
+        row("details without row numbers",
+            "ALTER TABLE RawDataDetails RENAME TO Gone; CREATE TABLE RawDataDetails (ID, "
+            "PersonalID PRIMARY KEY, EventStatus, DateTime, Shift, MachineNo) WITHOUT ROWID",
+            "DROP TABLE RawDataDetails; ALTER TABLE Gone RENAME TO RawDataDetails", true,
+            noNumbers.arg("RawDataDetails"));
         row("details refused",
             "CREATE TRIGGER t BEFORE INSERT ON RawDataDetails BEGIN SELECT RAISE(ABORT, 'no'); END",
             "DROP TRIGGER t", true, "1811: no");
