@@ -95,6 +95,7 @@ public:
     {
         if (sqlite3_open(path.toUtf8().constData(), &m_database) != SQLITE_OK)
             giveUp("no database");
+        run("PRAGMA synchronous = EXTRA"); // as the clock does
     }
     ~BareDatabase() { sqlite3_close(m_database); }
     BareDatabase(const BareDatabase &) = delete;
