@@ -61,10 +61,9 @@ bool copied(const QFileInfo &stored, const QString &draft)
 {
     if (!stored.exists())
         return true;
-    if (!stored.isFile() || !stored.isWritable())
-        return false;
     QFile file(stored.filePath());
-    return file.open(QIODevice::ReadOnly) && file.readAll().isValidUtf8() && file.copy(draft);
+    return stored.isFile() && file.open(QIODevice::ReadOnly) && file.readAll().isValidUtf8() &&
+           file.copy(draft);
 }
 
 /// Whether the settings file `draft`, which must be in the format, has taken the text.

@@ -118,13 +118,14 @@ private Q_SLOTS:
 
     void a_killed_write_leaves_nothing_for_good()
     {
-        home.writeSettings("[MSR]\nTrack=2\n");
+        const QByteArray before = "[MSR]\nText=" + QByteArray(300, 'x') + "\nTrack=2\n";
+        home.writeSettings(before);
         TemporaryHome::write(home.settingsFile() + ".backup", "the user's own");
         const pid_t writer = fork();
         if (writer == 0) {
-            const rlimit none{};
-            setrlimit(RLIMIT_FSIZE, &none);
-            std::signal(SIGXFSZ, SIG_DFL); // the first byte of the draft kills
+            const rlimit noMore{static_cast<rlim_t>(before.size()), RLIM_INFINITY};
+            setrlimit(RLIMIT_FSIZE, &noMore);
+            std::signal(SIGXFSZ, SIG_DFL); // the first byte that the file grows by kills
             save("ClockIn", "killed");
             std::_Exit(0);
         }
@@ -136,7 +137,7 @@ private Q_SLOTS:
         save("ClockIn", "now");
         QCOMPARE(folder.entryList(QDir::NoDotAndDotDot | QDir::AllEntries),
                  QStringList({"Tavrel.conf", "Tavrel.conf.backup"}));
-        QCOMPARE(home.readSettings(), "[MSR]\nTrack=2\n\n[Punch]\nClockIn=now\n");
+        QCOMPARE(home.readSettings(), before + "\n[Punch]\nClockIn=now\n");
     }
 
     void saved_is_in_the_file_and_keeps_the_rest()
@@ -167,7 +168,7 @@ private Q_SLOTS:
         getrlimit(RLIMIT_FSIZE, &before);
         std::signal(SIGXFSZ, SIG_IGN);
         save("ClockIn", "old");
-        const rlimit fullDisk{0, before.rlim_max};
+        const rlimit fullDisk{20, before.rlim_max}; // the copy fits, but nothing more
         setrlimit(RLIMIT_FSIZE, &fullDisk);
         const int failure = failureOf([] { save("ClockIn", "new"); });
         setrlimit(RLIMIT_FSIZE, &before);
