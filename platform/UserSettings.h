@@ -15,7 +15,7 @@ QString GetSetting(const QString &application, const QString &section, const QSt
                    const QString &fallback);
 
 /// Stores `text`, creating folder, file, section and key as needed, and keeps all other keys, the
-/// file's permissions and a link in its place. The file is replaced in one step. Failure 75 (no
+/// file's permissions and a link to it. The file is replaced in one step. Failure 75 (no
 /// right to write or read, no room, no ini file in UTF-8, no regular file) names the file, and
 /// leaves it as it was and what GetSetting reads.
 void SaveSetting(const QString &application, const QString &section, const QString &key,
