@@ -7,6 +7,8 @@
 #include "store/GetEmployeeName.h"
 #include "store/SavePunch.h"
 
+#include <QScopedValueRollback>
+
 #include <array>
 
 namespace
@@ -61,8 +63,8 @@ void SwipeHandling::punch(const QString &badgeNumber)
     m_punchInformation->Show();
 
     // The store may have to wait for others; the person is to see the punch meanwhile.
-    m_environment.conOV.onLocked = [this] { m_punchInformation->Refresh(); };
+    const QScopedValueRollback<std::function<void()>> whileLocked(
+        m_environment.conOV.onLocked, [this] { m_punchInformation->Refresh(); });
     SavePunch(m_host, m_environment, badgeNumber, m_host.Now(),
               clockIn ? ClockInStatus : ClockOutStatus);
-    m_environment.conOV.onLocked = {};
 }

@@ -8,18 +8,48 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <array>
+#include <string_view>
+
 namespace
 {
-
-constexpr qint64 MillisecondsPerSecond = 1000;
 
 /// How a file of the Jet database engine begins, four bytes in.
 constexpr char JetMark[] = "Standard Jet DB";
 constexpr qint64 JetMarkOffset = 4;
 
+/// Steps of SQLite's machine between two looks at the time-out, well under a millisecond.
+constexpr int WorkBetweenLooks = 10000;
+
+Failure failureOfFile(int code, const char *words, const QByteArray &path)
+{
+    return {code, QString::fromUtf8(words) + QStringLiteral(": ") + QFile::decodeName(path)};
+}
+
+[[noreturn]] void fail(sqlite3 *database, const QByteArray &path)
+{
+    const int code = sqlite3_extended_errcode(database);
+    const char *words = sqlite3_errmsg(database);
+    switch (sqlite3_errcode(database)) {
+    case SQLITE_PERM:
+    case SQLITE_READONLY:
+    case SQLITE_IOERR:
+    case SQLITE_CORRUPT:
+    case SQLITE_FULL:
+    case SQLITE_CANTOPEN:
+    case SQLITE_NOTADB:
+        throw failureOfFile(code, words, path);
+    case SQLITE_INTERRUPT: // which nobody does but Connection::mustStop
+        throw Failure(code, QStringLiteral("The database did not answer within the time-out."));
+    default:
+        throw Failure(code, QString::fromUtf8(words));
+    }
+}
+
 [[noreturn]] void fail(sqlite3 *database)
 {
-    throw Failure(sqlite3_extended_errcode(database), QString::fromUtf8(sqlite3_errmsg(database)));
+    fail(database, sqlite3_db_filename(database, "main"));
 }
 
 /// The file's path, as the system spells it.
@@ -40,11 +70,15 @@ QByteArray pathIn(const QString &connectionString)
     return QFile::encodeName(path);
 }
 
-bool isJetFile(const QByteArray &path)
+/// Reads through the database's own handle: closing another one on the same file would drop the
+/// locks that this process holds on it.
+bool isJetFile(sqlite3 *database)
 {
-    QFile file(QFile::decodeName(path));
-    return file.open(QIODevice::ReadOnly) && file.seek(JetMarkOffset) &&
-           file.read(sizeof JetMark - 1) == JetMark;
+    sqlite3_file *file = nullptr;
+    std::array<char, sizeof JetMark - 1> mark{};
+    sqlite3_file_control(database, "main", SQLITE_FCNTL_FILE_POINTER, &file);
+    return file->pMethods->xRead(file, mark.data(), mark.size(), JetMarkOffset) == SQLITE_OK &&
+           std::ranges::equal(mark, std::string_view(JetMark));
 }
 
 } // namespace
@@ -61,9 +95,14 @@ sqlite3 *Connection::database()
     const FileIdentity named = identify(path);
     if (!m_database || named != m_openFile) {
         m_database.reset();
+        if (named.type == 0)
+            throw failureOfFile(SQLITE_CANTOPEN, sqlite3_errstr(SQLITE_CANTOPEN), path);
+        if (named.type != S_IFREG)
+            throw failureOfFile(SQLITE_CANTOPEN, "not a regular file", path);
         m_database = open(path);
         m_openFile = named; // if the path changed since, the next command opens it again
     }
+    m_patience.setRemainingTime(CommandTimeout);
     return m_database.get();
 }
 
@@ -72,31 +111,33 @@ Connection::FileIdentity Connection::identify(const QByteArray &path)
     struct stat status = {};
     if (::stat(path.constData(), &status) != 0)
         return {};
-    return {status.st_dev, status.st_ino};
+    return {status.st_dev, status.st_ino, status.st_mode & S_IFMT};
 }
 
 Connection::Database Connection::open(const QByteArray &path)
 {
-    if (isJetFile(path))
-        throw Failure(SQLITE_NOTADB,
-                      QStringLiteral("The database is in the format of Microsoft Jet. It has to "
-                                     "be converted to SQLite before it can be used."));
-
     sqlite3 *opened = nullptr;
     const int result = sqlite3_open_v2(path.constData(), &opened, SQLITE_OPEN_READWRITE, nullptr);
     Database database(opened);
     if (result != SQLITE_OK)
-        fail(opened);
+        fail(opened, path);
+    if (isJetFile(opened))
+        throw Failure(SQLITE_NOTADB,
+                      QStringLiteral("The database is in the format of Microsoft Jet. It has to "
+                                     "be converted to SQLite before it can be used."));
 
     // SQLite falls back to reading by itself where it may not write.
     if (sqlite3_db_readonly(opened, "main") == 1)
-        throw Failure(SQLITE_READONLY, QString::fromUtf8(sqlite3_errstr(SQLITE_READONLY)));
+        throw failureOfFile(SQLITE_READONLY, sqlite3_errstr(SQLITE_READONLY), path);
 
-    m_timeout = ConnectionTimeout;
+    m_patience.setRemainingTime(ConnectionTimeout);
     sqlite3_busy_handler(opened, &Connection::waitForOthers, this);
-    if (sqlite3_exec(opened, "PRAGMA synchronous = FULL", nullptr, nullptr, nullptr) != SQLITE_OK)
-        fail(opened);
-    m_timeout = CommandTimeout;
+    sqlite3_progress_handler(opened, WorkBetweenLooks, &Connection::mustStop, this);
+
+    // FULL does not sync the folder behind a journal's removal: a journal that is back after a
+    // power cut takes the last commit with it.
+    if (sqlite3_exec(opened, "PRAGMA synchronous = EXTRA", nullptr, nullptr, nullptr) != SQLITE_OK)
+        fail(opened, path);
     return database;
 }
 
@@ -105,13 +146,37 @@ int Connection::waitForOthers(void *connection, int earlierWaits)
 {
     constexpr unsigned long WaitMilliseconds = 10;
     auto *self = static_cast<Connection *>(connection);
-    if (earlierWaits == 0) {
-        self->m_patience.setRemainingTime(self->m_timeout * MillisecondsPerSecond);
-        if (self->onLocked)
-            self->onLocked();
-    }
+    if (earlierWaits == 0 && self->onLocked)
+        self->onLocked();
     QThread::msleep(WaitMilliseconds);
     return self->m_patience.hasExpired() ? 0 : 1;
+}
+
+/// Called by SQLite while a statement is at work: 1 to end it.
+int Connection::mustStop(void *connection)
+{
+    return static_cast<Connection *>(connection)->m_patience.hasExpired() ? 1 : 0;
+}
+
+QVariant StoredValue::toVariant() const
+{
+    sqlite3_value *value = m_value.get();
+    switch (sqlite3_value_type(value)) {
+    case SQLITE_INTEGER:
+        return QVariant::fromValue<qlonglong>(sqlite3_value_int64(value));
+    case SQLITE_FLOAT:
+        return sqlite3_value_double(value);
+    case SQLITE_TEXT: {
+        const auto *text = reinterpret_cast<const char *>(sqlite3_value_text(value));
+        return QString::fromUtf8(text, sqlite3_value_bytes(value));
+    }
+    case SQLITE_BLOB: {
+        const auto *bytes = static_cast<const char *>(sqlite3_value_blob(value));
+        return QByteArray(bytes, sqlite3_value_bytes(value));
+    }
+    default:
+        return {};
+    }
 }
 
 Statement::Statement(Connection &connection, const QString &sql,
@@ -125,6 +190,11 @@ Statement::Statement(Connection &connection, const QString &sql,
     m_statement.reset(statement);
     for (std::size_t i = 0; i < parameters.size(); ++i)
         bind(static_cast<int>(i) + 1, parameters[i]);
+}
+
+void Statement::bind(int index, const StoredValue &value)
+{
+    check(sqlite3_bind_value(m_statement.get(), index, value.get()));
 }
 
 bool Statement::step()
@@ -145,24 +215,9 @@ QString Statement::columnName(int column) const
     return QString::fromUtf8(sqlite3_column_name(m_statement.get(), column));
 }
 
-QVariant Statement::value(int column) const
+StoredValue Statement::value(int column) const
 {
-    sqlite3_stmt *statement = m_statement.get();
-    switch (sqlite3_column_type(statement, column)) {
-    case SQLITE_INTEGER:
-        return QVariant::fromValue<qlonglong>(sqlite3_column_int64(statement, column));
-    case SQLITE_FLOAT:
-        return sqlite3_column_double(statement, column);
-    case SQLITE_TEXT:
-        return QString::fromUtf8(
-            reinterpret_cast<const char *>(sqlite3_column_text(statement, column)),
-            sqlite3_column_bytes(statement, column));
-    case SQLITE_BLOB:
-        return QByteArray(static_cast<const char *>(sqlite3_column_blob(statement, column)),
-                          sqlite3_column_bytes(statement, column));
-    default:
-        return {};
-    }
+    return StoredValue(sqlite3_column_value(m_statement.get(), column));
 }
 
 int Statement::execute()

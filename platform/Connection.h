@@ -8,19 +8,25 @@
 #include <sqlite3.h>
 #include <sys/types.h>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <vector>
 
 /// A connection to a database file. It opens the file at its first use, for reading and writing,
-/// and never creates it. Failures carry SQLite's extended result code and its words; a file of
-/// the Jet database says in plain words that it is one.
+/// and never creates it. A commit has returned only when it outlasts a power cut, whatever journal
+/// the file has.
+///
+/// Failures carry SQLite's extended result code and its words, with the path when the file cannot
+/// be opened, read or written. What is no regular file is such a failure and is not opened; a file
+/// of the Jet database says in plain words that it is one.
 class Connection
 {
 public:
-    /// Seconds that opening the file, and then each command, waits for others to let go of it.
-    static constexpr int ConnectionTimeout = 15;
-    static constexpr int CommandTimeout = 30;
+    /// How long opening the file, and then each statement, may take: the waiting for others to let
+    /// go of the file, and the statement's own work. Giving up leaves the file as it was.
+    std::chrono::milliseconds ConnectionTimeout = std::chrono::seconds(15);
+    std::chrono::milliseconds CommandTimeout = std::chrono::seconds(30);
 
     /// The text with the data source: the file's path, between "Data Source=" and the last
     /// ";Persist", the last backslash standing for the separator before the file's name.
@@ -29,8 +35,8 @@ public:
     /// Runs when a command meets a database that others have locked, before it waits for them.
     std::function<void()> onLocked;
 
-    /// The open database. Whenever the path has come to name another file than the open one, or
-    /// none, the open one is left and the path opened anew.
+    /// The open database, for a statement that begins now. Whenever the path has come to name
+    /// another file than the open one, or none, the open one is left and the path opened anew.
     sqlite3 *database();
 
 private:
@@ -43,18 +49,38 @@ private:
     struct FileIdentity {
         dev_t device = 0;
         ino_t inode = 0;
+        mode_t type = 0; ///< S_IFREG and the like; 0 when there is none
         bool operator==(const FileIdentity &) const = default;
     };
 
     static FileIdentity identify(const QByteArray &path);
     static int waitForOthers(void *connection, int earlierWaits);
+    static int mustStop(void *connection);
     Database open(const QByteArray &path);
 
     QString m_connectionString;
     Database m_database;
     FileIdentity m_openFile;
-    int m_timeout = ConnectionTimeout;
-    QDeadlineTimer m_patience; ///< ends the wait for others
+    QDeadlineTimer m_patience; ///< ends the opening, or the statement at work
+};
+
+/// A value just as the database stores it, text that is not valid UTF-8 included. It outlives the
+/// statement that has read it.
+class StoredValue
+{
+public:
+    explicit StoredValue(sqlite3_value *value)
+        : m_value(sqlite3_value_dup(value), sqlite3_value_free)
+    {
+    }
+
+    /// Null, qlonglong, double, QString or QByteArray.
+    QVariant toVariant() const;
+
+    sqlite3_value *get() const { return m_value.get(); }
+
+private:
+    std::shared_ptr<sqlite3_value> m_value;
 };
 
 /// One statement, from its preparation to its end. It must not outlive the use it is made for: a
@@ -68,14 +94,16 @@ public:
     Statement(Connection &connection, const QString &sql,
               const std::vector<QVariant> &parameters = {});
 
+    /// Binds a value to the parameter at `index`, counted from 1, just as it is stored.
+    void bind(int index, const StoredValue &value);
+
     /// Steps to the next row; false when there is none.
     bool step();
 
     int columnCount() const;
     QString columnName(int column) const;
 
-    /// Null, qlonglong, double, QString or QByteArray.
-    QVariant value(int column) const;
+    StoredValue value(int column) const;
 
     /// Runs the statement to its end and returns how many rows it changed itself.
     int execute();

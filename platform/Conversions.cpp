@@ -87,12 +87,15 @@ QVariant plusOne(const QVariant &value)
 {
     if (value.isNull())
         return value;
-    if (value.typeId() == QMetaType::LongLong) {
-        if (value.toLongLong() == std::numeric_limits<qlonglong>::max())
-            throw Failure(Failure::Overflow);
-        return value.toLongLong() + 1;
-    }
     if (isBytes(value))
         throw Failure(Failure::TypeMismatch);
-    return parseNumber(QLocale::c(), value.toString()) + 1;
+
+    const QString text = value.toString();
+    bool isWhole = false;
+    const qlonglong whole = QLocale::c().toLongLong(text, &isWhole);
+    if (value.typeId() == QMetaType::Double || !isWhole)
+        return parseNumber(QLocale::c(), text) + 1;
+    if (whole == std::numeric_limits<qlonglong>::max())
+        throw Failure(Failure::Overflow);
+    return whole + 1;
 }

@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-/// The user's regional format, as the environment tells it.
+/// The user's regional format, as the environment gives it.
 QLocale userLocale();
 
 /// `number` rounded to the nearest whole number, a tie going to the even neighbour.
@@ -30,6 +30,7 @@ std::int16_t toInt16(const QVariant &value);
 /// A value of a database column as text: Null is failure 94, bytes are failure 13.
 QString toText(const QVariant &value);
 
-/// `value` plus 1, in the type that it has. Null stays Null; text that is a plain number counts
-/// as that number; any other text and bytes are failure 13; the largest number is failure 6.
+/// `value` plus 1: whole when `value` is a whole number or the text of one. Null stays Null; text
+/// that is another plain number counts as that number; any other text and bytes are failure 13;
+/// the largest whole number is failure 6.
 QVariant plusOne(const QVariant &value);

@@ -22,18 +22,20 @@ constexpr std::array KnownFailures{
     KnownFailure{Failure::InvalidUseOfNull, "Invalid use of Null"},
     KnownFailure{Failure::NoCurrentRow, "The recordset has no current row."},
     KnownFailure{Failure::NotSupported, "The recordset cannot do this."},
-    KnownFailure{Failure::NoSuchColumn, "The recordset has no column of this name."},
+    KnownFailure{Failure::NoSuchColumn, "The recordset has no such column"},
     KnownFailure{Failure::ClosedRecordset, "The recordset is closed."},
     KnownFailure{Failure::RowChanged, "The row was changed by someone else since it was read."},
 };
 
 } // namespace
 
-Failure::Failure(Known known)
+Failure::Failure(Known known, const QString &subject)
     : number(known),
       description(QString::fromLatin1(
           std::ranges::find(KnownFailures, known, &KnownFailure::number)->description))
 {
+    if (!subject.isEmpty())
+        description += QStringLiteral(": ") + subject;
 }
 
 Failure::Failure(std::int32_t failureNumber, QString failureDescription)

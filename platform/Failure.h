@@ -7,7 +7,7 @@
 /// What goes wrong inside a procedure: thrown by the platform and by conversions, caught by the
 /// procedure that has a handler and shown there in a message box. It never reaches the event loop.
 struct Failure {
-    /// The failures that are not told by the operating system or by the database.
+    /// The failures that come neither from the operating system nor from the database.
     enum Known : std::int32_t {
         Overflow = 6,
         SubscriptOutOfRange = 9,
@@ -21,8 +21,8 @@ struct Failure {
         RowChanged = -2147217864,
     };
 
-    /// One of the known failures, in its own words.
-    explicit Failure(Known known);
+    /// One of the known failures, in its own words, with the file or the name that it is about.
+    explicit Failure(Known known, const QString &subject = {});
 
     /// `number`: SQLite's extended result code for the database, `errno` for the serial line.
     Failure(std::int32_t failureNumber, QString failureDescription);

@@ -23,12 +23,29 @@ QStringList columnNames(const Statement &statement)
 }
 
 /// The values of the row that the statement stands on, from column `first` on.
-std::vector<QVariant> rowValues(const Statement &statement, int first)
+std::vector<StoredValue> rowValues(const Statement &statement, int first)
 {
-    std::vector<QVariant> values;
+    std::vector<StoredValue> values;
     for (int i = first; i < statement.columnCount(); ++i)
         values.push_back(statement.value(i));
     return values;
+}
+
+/// What a table calls its row number: the first of the three names that no column has taken. A
+/// view and a table WITHOUT ROWID have none of them.
+QString rowNumberName(sqlite3 *database, const QString &table, const QStringList &columns)
+{
+    const QByteArray bareName = table.mid(1, table.size() - 2).toUtf8();
+    for (const char *name : {"rowid", "_rowid_", "oid"}) {
+        if (!columns.contains(QLatin1String(name), Qt::CaseInsensitive) &&
+            sqlite3_table_column_metadata(database, nullptr, bareName.constData(), name, nullptr,
+                                          nullptr, nullptr, nullptr, nullptr) == SQLITE_OK)
+            return QString::fromLatin1(name);
+    }
+    throw Failure(SQLITE_ERROR,
+                  QStringLiteral("%1 cannot be written: it is a view, or a table whose rows have "
+                                 "no number that can be asked for.")
+                      .arg(table));
 }
 
 } // namespace
@@ -37,24 +54,39 @@ void Recordset::Open(const Command &command, const std::vector<QVariant> &parame
 {
     Close();
     const QString text = QString::fromLatin1(command.CommandText);
-    if (command.CommandType == adCmdTable) {
-        Statement highest(m_connection, QStringLiteral("SELECT max(rowid) FROM ") + text);
-        highest.step();
-        if (const QVariant number = highest.value(0); !number.isNull())
-            m_lastNumber = number.toLongLong();
-        // Only a statement that has been stepped has seen what others changed in the table's
-        // columns. This one is prepared behind it, and need not be stepped.
-        m_columns = columnNames(Statement(m_connection, QStringLiteral("SELECT * FROM ") + text));
-        m_table = text;
-    } else {
-        Statement query(m_connection, text, parameters);
-        while (query.step())
-            m_queried.push_back({0, rowValues(query, 0)});
-        m_columns = columnNames(query);
-    }
+    if (command.CommandType == adCmdTable)
+        openTable(text);
+    else
+        openQuery(text, parameters);
     m_lockType = command.LockType;
-    m_position = Position::First;
     m_state = adStateOpen;
+}
+
+void Recordset::openTable(const QString &table)
+{
+    // Only a statement that has been stepped has seen what others changed in the table's columns.
+    Statement head(m_connection, QStringLiteral("SELECT * FROM %1 LIMIT 0").arg(table));
+    head.step();
+    m_columns = columnNames(head);
+    m_rowNumber = rowNumberName(m_connection.database(), table, m_columns);
+    m_table = table;
+
+    Statement highest(m_connection,
+                      QStringLiteral("SELECT max(%1) FROM %2").arg(m_rowNumber, table));
+    highest.step();
+    if (const QVariant number = highest.value(0).toVariant(); !number.isNull())
+        m_lastNumber = number.toLongLong();
+    m_position = Position::First;
+}
+
+void Recordset::openQuery(const QString &query, const std::vector<QVariant> &parameters)
+{
+    Statement statement(m_connection, query, parameters);
+    for (; statement.step(); ++m_queriedRows) {
+        if (m_queriedRows == 0)
+            standOn(Row{0, rowValues(statement, 0)});
+    }
+    m_columns = columnNames(statement);
 }
 
 void Recordset::Close()
@@ -63,9 +95,8 @@ void Recordset::Close()
     m_table.clear();
     m_columns.clear();
     m_lastNumber.reset();
-    m_queried.clear();
-    m_position = Position::End;
-    m_current = {};
+    m_queriedRows = 0;
+    standOn({});
     m_pending.clear();
 }
 
@@ -73,14 +104,15 @@ qlonglong Recordset::RecordCount() const
 {
     mustBeOpen();
     if (m_table.isEmpty())
-        return static_cast<qlonglong>(m_queried.size());
+        return m_queriedRows;
     if (!m_lastNumber)
         return 0;
-    Statement count(m_connection,
-                    QStringLiteral("SELECT count(*) FROM %1 WHERE rowid <= ?1").arg(m_table),
-                    {*m_lastNumber});
+    Statement count(
+        m_connection,
+        QStringLiteral("SELECT count(*) FROM %1 WHERE %2 <= ?1").arg(m_table, m_rowNumber),
+        {*m_lastNumber});
     count.step();
-    return count.value(0).toLongLong();
+    return count.value(0).toVariant().toLongLong();
 }
 
 void Recordset::Find(const QString &Criteria, std::int32_t SkipRecords,
@@ -99,8 +131,7 @@ void Recordset::Find(const QString &Criteria, std::int32_t SkipRecords,
         throw Failure(Failure::NoCurrentRow);
 
     m_pending.clear();
-    m_position = found ? Position::On : Position::End;
-    m_current = found.value_or(Row());
+    standOn(found);
 }
 
 bool Recordset::Eof()
@@ -121,7 +152,7 @@ QVariant Recordset::Fields(const QString &name)
     const auto assigned = std::ranges::find(m_pending, index, &Assignment::first);
     if (assigned != m_pending.end())
         return assigned->second;
-    return m_position == Position::New ? QVariant() : m_current.values[index];
+    return m_position == Position::New ? QVariant() : m_current.values[index].toVariant();
 }
 
 void Recordset::Collect(const QString &name, const QVariant &value)
@@ -150,6 +181,10 @@ void Recordset::Update()
         insertPending();
     else if (!m_pending.empty())
         updatePending();
+    else
+        return;
+    m_pending.clear();
+    standOn({});
 }
 
 void Recordset::mustBeOpen() const
@@ -171,7 +206,7 @@ std::size_t Recordset::column(const QString &name) const
         return column.compare(name, Qt::CaseInsensitive) == 0;
     });
     if (found == m_columns.end())
-        throw Failure(Failure::NoSuchColumn);
+        throw Failure(Failure::NoSuchColumn, name);
     return static_cast<std::size_t>(found - m_columns.begin());
 }
 
@@ -184,27 +219,26 @@ std::optional<Recordset::Row> Recordset::firstRow(const QString &condition, qlon
     for (const QString &column : m_columns)
         names += quoted(column);
     Statement query(m_connection,
-                    QStringLiteral("SELECT rowid, %1 FROM %2 WHERE rowid BETWEEN ?1 AND ?2 "
-                                   "AND (%3) ORDER BY rowid LIMIT 1")
-                        .arg(names.join(u','), m_table, condition),
+                    QStringLiteral("SELECT %1, %2 FROM %3 WHERE %1 BETWEEN ?1 AND ?2 AND (%4) "
+                                   "ORDER BY %1 LIMIT 1")
+                        .arg(m_rowNumber, names.join(u','), m_table, condition),
                     {from, *m_lastNumber});
     if (!query.step())
         return {};
-    return Row{query.value(0).toLongLong(), rowValues(query, 1)};
+    return Row{query.value(0).toVariant().toLongLong(), rowValues(query, 1)};
 }
 
-/// Reads the first row, where the recordset stands after the call, once someone asks for it.
+/// Reads a table's first row, where the recordset stands after the call, once someone asks for it.
 void Recordset::seekCurrent()
 {
-    if (m_position != Position::First)
-        return;
-    std::optional<Row> first;
-    if (!m_table.isEmpty())
-        first = firstRow();
-    else if (!m_queried.empty())
-        first = m_queried.front();
-    m_position = first ? Position::On : Position::End;
-    m_current = first.value_or(Row());
+    if (m_position == Position::First)
+        standOn(firstRow());
+}
+
+void Recordset::standOn(const std::optional<Row> &row)
+{
+    m_position = row ? Position::On : Position::End;
+    m_current = row.value_or(Row());
 }
 
 void Recordset::insertPending()
@@ -227,33 +261,28 @@ void Recordset::insertPending()
     // The file may refuse a row without a word, by a trigger. A punch is not lost silently.
     if (insertion.execute() != 1)
         throw Failure(SQLITE_CONSTRAINT, QStringLiteral("The database did not take the row."));
-
-    m_pending.clear();
-    m_position = Position::End;
 }
 
 void Recordset::updatePending()
 {
     QStringList assignments;
-    QStringList conditions{QStringLiteral("rowid = ?")};
+    QStringList conditions{m_rowNumber + QStringLiteral(" = ?")};
     std::vector<QVariant> parameters;
-    std::vector<QVariant> readValues{m_current.number};
     for (const auto &[index, value] : m_pending) {
         const QString name = quoted(m_columns[static_cast<qsizetype>(index)]);
         assignments += name + QStringLiteral(" = ?");
-        parameters.push_back(value);
         conditions += name + QStringLiteral(" IS ? COLLATE BINARY");
-        readValues.push_back(m_current.values[index]);
+        parameters.push_back(value);
     }
-    parameters.insert(parameters.end(), readValues.begin(), readValues.end());
+    parameters.emplace_back(m_current.number);
 
     Statement change(m_connection,
                      QStringLiteral("UPDATE %1 SET %2 WHERE %3")
                          .arg(m_table, assignments.join(u", "), conditions.join(u" AND ")),
                      parameters);
+    int place = static_cast<int>(parameters.size());
+    for (const auto &[index, value] : m_pending)
+        change.bind(++place, m_current.values[index]);
     if (change.execute() != 1)
         throw Failure(Failure::RowChanged);
-    for (const auto &[index, value] : m_pending)
-        m_current.values[index] = value;
-    m_pending.clear();
 }

@@ -29,8 +29,9 @@ struct Command {
 ///
 /// A table command fixes its result at the call, by the table's highest row number, and reads or
 /// counts rows only when someone asks. So its cost does not grow with the table, and rows that
-/// others add later are not in the result. A query is read whole at the call. In either case no
-/// statement stays unfinished between two calls.
+/// others add later are not in the result. A view and a table without row numbers fail at the
+/// call. A query is run to its end at the call, which keeps its first row and counts the others.
+/// In either case no statement stays unfinished between two calls.
 ///
 /// Every operation can fail with a failure of the database. On a closed recordset all but State
 /// and Open are failure 3704; where a current row is needed and there is none they are failure
@@ -74,10 +75,10 @@ public:
     /// read.
     void AddNew();
 
-    /// Writes the pending row or change at once. Behind a new row there is no current one. A
-    /// change is written only if the columns in it
-    /// still hold what was read, as stored; otherwise it is failure -2147217864. On any failure
-    /// the pending row or change stays pending.
+    /// Writes the pending row or change at once, behind which there is no current row; without
+    /// any it does nothing. A change is written only if the columns in it still hold what was
+    /// read, as stored; otherwise it is failure -2147217864. On any failure the pending row or
+    /// change stays pending.
     void Update();
 
 private:
@@ -85,27 +86,31 @@ private:
 
     struct Row {
         qlonglong number = 0; ///< in its table; of no meaning in the result of a query
-        std::vector<QVariant> values;
+        std::vector<StoredValue> values;
     };
 
     using Assignment = std::pair<std::size_t, QVariant>; ///< column and value
 
+    void openTable(const QString &table);
+    void openQuery(const QString &query, const std::vector<QVariant> &parameters);
     void mustBeOpen() const;
     void mustBeUpdatable() const;
     std::size_t column(const QString &name) const;
     std::optional<Row> firstRow(const QString &condition = QStringLiteral("1"),
                                 qlonglong from = std::numeric_limits<qlonglong>::min()) const;
     void seekCurrent();
+    void standOn(const std::optional<Row> &row);
     void insertPending();
     void updatePending();
 
     Connection &m_connection;
     std::int32_t m_state = adStateClosed;
-    QString m_table; ///< empty in the result of a query
+    QString m_table;     ///< in back quotes; empty in the result of a query
+    QString m_rowNumber; ///< the name of the table's row number
     LockTypeEnum m_lockType = adLockReadOnly;
     QStringList m_columns;
     std::optional<qlonglong> m_lastNumber; ///< the highest row number; none in an empty table
-    std::vector<Row> m_queried;
+    qlonglong m_queriedRows = 0;
     Position m_position = Position::End;
     Row m_current; ///< when m_position is On
     std::vector<Assignment> m_pending;

@@ -8,7 +8,6 @@
 #include <QFileInfo>
 #include <QSettings>
 #include <QStandardPaths>
-#include <QTemporaryFile>
 #include <QVariant>
 
 #include <algorithm>
@@ -34,17 +33,65 @@ QString textOf(const QVariant &value)
                                                     : value.toString();
 }
 
-/// Gives a file a later time than the one that it is to replace. Readers know a changed file by
-/// its size and its time in milliseconds, and two writes may well be closer than that.
-void makeNewer(const QString &path, const QFileInfo &replaced)
+/// A folder beside a file for what a write leaves there before the file's new content is whole.
+/// Whatever a killed write has left behind is in it, and goes with it.
+class DraftFolder
+{
+public:
+    explicit DraftFolder(const QString &path) : m_folder(path + QStringLiteral(".draft"))
+    {
+        m_folder.removeRecursively();
+        m_folder.mkpath(QStringLiteral("."));
+    }
+    ~DraftFolder() { m_folder.removeRecursively(); }
+    Q_DISABLE_COPY_MOVE(DraftFolder)
+
+    /// A name that no draft had before, for QSettings remembers files by their names.
+    QString file() const { return m_folder.filePath(QString::number(m_number)); }
+
+private:
+    static inline int s_drafts = 0;
+    const int m_number = ++s_drafts;
+    QDir m_folder;
+};
+
+/// Whether `draft` has become a copy of what is stored, with its permissions. There is nothing to
+/// copy when nothing is stored yet.
+bool copied(const QFileInfo &stored, const QString &draft)
+{
+    if (!stored.exists())
+        return true;
+    QFile file(stored.filePath());
+    return stored.isFile() && file.open(QIODevice::ReadOnly) && file.readAll().isValidUtf8() &&
+           file.copy(draft);
+}
+
+/// Whether the settings file `draft`, which must be in the format, has taken the text.
+bool changed(const QString &draft, const QString &name, const QString &text)
+{
+    // QSettings goes on serving what it could not write, and overwrites what it could not read. So
+    // it writes here, and never to the store.
+    QSettings settings(draft, QSettings::NativeFormat);
+    settings.setValue(name, text);
+    settings.sync();
+    return settings.status() == QSettings::NoError;
+}
+
+/// Whether the file has got a later time than the one that it is to replace. Readers know a
+/// changed file by its size and its time in milliseconds, and two writes may be closer than that.
+bool madeNewer(const QString &path, const QFileInfo &replaced)
 {
     QFile file(path);
     const QDateTime now = QDateTime::currentDateTimeUtc();
     const QDateTime later = replaced.lastModified().toUTC().addMSecs(1);
-    if (!file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly) ||
-        !file.setFileTime(replaced.exists() ? std::max(now, later) : now,
-                          QFileDevice::FileModificationTime))
-        throw Failure(Failure::PathFileAccess);
+    return file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly) &&
+           file.setFileTime(replaced.exists() ? std::max(now, later) : now,
+                            QFileDevice::FileModificationTime);
+}
+
+bool renamed(const QString &from, const QString &to)
+{
+    return std::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0;
 }
 
 } // namespace
@@ -58,7 +105,10 @@ QString settingsFolder(const QString &application)
 QString GetSetting(const QString &application, const QString &section, const QString &key,
                    const QString &fallback)
 {
-    const QSettings store(storePath(application), QSettings::NativeFormat);
+    const QString path = storePath(application);
+    if (!QFileInfo(path).isFile()) // a pipe would be waited on
+        return fallback;
+    const QSettings store(path, QSettings::NativeFormat);
     const QString name = address(section, key);
     return store.contains(name) ? textOf(store.value(name)) : fallback;
 }
@@ -69,29 +119,9 @@ void SaveSetting(const QString &application, const QString &section, const QStri
     QDir().mkpath(settingsFolder(application));
     const QFileInfo stored(storePath(application));
     const QString path = stored.exists() ? stored.canonicalFilePath() : stored.filePath();
-    if (stored.exists() && !stored.isWritable())
-        throw Failure(Failure::PathFileAccess);
-
-    // QSettings goes on serving a value that it could not write. So it writes to a file of its
-    // own here, which takes the store's place only when it is whole.
-    QTemporaryFile draft(path + QStringLiteral(".XXXXXX"));
-    if (!draft.open())
-        throw Failure(Failure::PathFileAccess);
-    {
-        const QSettings store(path, QSettings::NativeFormat);
-        QSettings copy(draft.fileName(), QSettings::NativeFormat);
-        for (const QString &name : store.allKeys())
-            copy.setValue(name, store.value(name));
-        copy.setValue(address(section, key), text);
-        copy.sync();
-        if (copy.status() != QSettings::NoError)
-            throw Failure(Failure::PathFileAccess);
-    }
-    makeNewer(draft.fileName(), stored);
-    if (stored.exists())
-        QFile::setPermissions(draft.fileName(), stored.permissions());
-    if (std::rename(QFile::encodeName(draft.fileName()).constData(),
-                    QFile::encodeName(path).constData()) != 0)
-        throw Failure(Failure::PathFileAccess);
-    draft.setAutoRemove(false);
+    const DraftFolder folder(path);
+    const QString draft = folder.file();
+    if (!copied(stored, draft) || !changed(draft, address(section, key), text) ||
+        !madeNewer(draft, stored) || !renamed(draft, path))
+        throw Failure(Failure::PathFileAccess, path);
 }

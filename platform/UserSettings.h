@@ -10,11 +10,13 @@ QString settingsFolder(const QString &application);
 
 /// The stored text, as the file holds it at this moment, or `fallback` when the key does not
 /// exist. A key that exists with empty text gives the empty text. A file that cannot be read or
-/// is no ini file counts as one without the key. Creates nothing.
+/// is no ini file, and what is no regular file, count as one without the key. Creates nothing.
 QString GetSetting(const QString &application, const QString &section, const QString &key,
                    const QString &fallback);
 
-/// Stores `text`, creating folder, file, section and key as needed. The file is replaced in one
-/// step: failure 75 (no right to write, no room) leaves it as it was, and what GetSetting reads.
+/// Stores `text`, creating folder, file, section and key as needed, and keeps all other keys, the
+/// file's permissions and a link to it. The file is replaced in one step. Failure 75 (no
+/// right to write or read, no room, no ini file in UTF-8, no regular file) names the file, and
+/// leaves it as it was and what GetSetting reads.
 void SaveSetting(const QString &application, const QString &section, const QString &key,
                  const QString &text);

@@ -238,7 +238,8 @@ private Q_SLOTS:
         Dialog dialog;
         dialog.find<QComboBox>("cboTrack")->setCurrentIndex(2);
         dialog.click("cmdCtrl(0)");
-        QCOMPARE(dialog.host.boxes, QStringList("75: Path/File access error"));
+        QCOMPARE(dialog.host.boxes,
+                 QStringList("75: Path/File access error: " + home.settingsFile()));
         QVERIFY(dialog.form.isVisible());
         QCOMPARE(dialog.form.IsOK(), False);
         QCOMPARE(dialog.shown().last(), "Track3");

@@ -4,7 +4,22 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cstdlib>
+
+/// Runs `action` as a user whom permissions bind, which root is not.
+template <typename Action> void asOrdinaryUser(const Action &action)
+{
+    const bool root = geteuid() == 0;
+    const uid_t nobody = 65534;
+    if (root && setresuid(nobody, nobody, 0) != 0)
+        qFatal("cannot leave root");
+    action();
+    if (root && setresuid(0, 0, 0) != 0)
+        qFatal("cannot be root again");
+}
 
 /// A home of the test's own, so that no user's settings are read or written.
 class TemporaryHome
@@ -27,6 +42,17 @@ public:
         QFile file(path);
         if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
             qFatal("cannot write %s", qPrintable(path));
+    }
+
+    /// Puts what is no regular file at `path`: a "pipe" that nobody writes to, a "device" or a
+    /// "folder".
+    static void putInPlace(const QByteArray &kind, const QString &path)
+    {
+        const QByteArray name = QFile::encodeName(path);
+        if ((kind == "pipe"     ? mkfifo(name.constData(), 0600)
+             : kind == "device" ? symlink("/dev/zero", name.constData())
+                                : mkdir(name.constData(), 0700)) != 0)
+            qFatal("cannot make a %s at %s", kind.constData(), name.constData());
     }
 
     static QByteArray read(const QString &path)

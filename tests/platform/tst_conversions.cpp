@@ -74,7 +74,9 @@ private Q_SLOTS:
     {
         QVERIFY(plusOne(QVariant()).isNull());
         QCOMPARE(plusOne(QVariant(qlonglong(1) << 40)), QVariant((qlonglong(1) << 40) + 1));
-        QCOMPARE(plusOne(QVariant(QStringLiteral("7"))).toDouble(), 8.0);
+        QCOMPARE(plusOne(QVariant(QStringLiteral("41"))), QVariant(42LL));
+        QCOMPARE(plusOne(QVariant(QStringLiteral("1.5"))), QVariant(2.5));
+        QCOMPARE(plusOne(QVariant(7.0)), QVariant(8.0));
         QCOMPARE(failureOf([] { plusOne(QVariant(std::numeric_limits<qlonglong>::max())); }), 6);
         QCOMPARE(failureOf([] { plusOne(QVariant(QStringLiteral("x"))); }), 13);
     }
