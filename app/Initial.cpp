@@ -7,6 +7,8 @@
 
 #include <QApplication>
 
+#include <algorithm>
+
 namespace Initial
 {
 
@@ -22,6 +24,7 @@ int Main(int argc, char *argv[])
     if (instance.PrevInstance())
         return 0;
 
+    argc = std::min(argc, 1); // its name: the toolkit would act on the arguments it knows
     QApplication application(argc, argv);
     QApplication::setApplicationName(App::Title());
     QApplication::setApplicationVersion(QStringLiteral(TAVREL_VERSION_TEXT));

@@ -10,8 +10,8 @@ namespace Initial
 /// which goes into the text as it is.
 QString connectionString(const QString &programFolder);
 
-/// Starts the program and runs it to its end. Another instance of this user ends at once,
-/// silently, with status 0.
+/// Starts the program and runs it to its end. Arguments after the first change nothing. Another
+/// instance of this user ends at once, silently, with status 0.
 int Main(int argc, char *argv[]);
 
 } // namespace Initial

@@ -55,7 +55,7 @@ void frmMain::Form_Unload()
 void frmMain::cmdCtrl_Click(std::int16_t Index)
 {
     if (Index == OptionsButton) {
-        frmOptions options(m_host);
+        frmOptions options(m_host, *this);
         options.Show();
         m_connection.ConnectReader();
     } else {

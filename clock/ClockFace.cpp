@@ -77,11 +77,14 @@ QString indexed(const char *name, int index)
     return QStringLiteral("%1(%2)").arg(QLatin1String(name)).arg(index);
 }
 
+/// In a role that nothing else is drawn with: what stands on the panel has its palette too, and
+/// buttons shade themselves after the role that a window has by itself.
 void paintBlack(QWidget &panel)
 {
     QPalette palette = panel.palette();
-    palette.setColor(QPalette::Window, storedColour(Black));
+    palette.setColor(QPalette::Shadow, storedColour(Black));
     panel.setPalette(palette);
+    panel.setBackgroundRole(QPalette::Shadow);
     panel.setAutoFillBackground(true);
 }
 
@@ -101,19 +104,19 @@ void ClockFace::addPictures(QWidget &window)
     std::vector<QPixmap> figures;
     figures.reserve(FigureCount);
     for (int figure = 0; figure < FigureCount; ++figure)
-        figures.push_back(QPixmap::fromImage(drawFigure(figure)));
+        figures.push_back(QPixmap::fromImage(drawFigure(figure, window.devicePixelRatioF())));
 
     const auto addImage = [&](int index, QWidget *box) {
         constexpr int FirstColon = 60;
         const int figure = index < FirstColon ? index % 10 : ColonFigure;
         auto *image = new Image(figures[static_cast<std::size_t>(figure)], box);
         image->setObjectName(indexed("img", index));
-        image->move(pixels(ImageLeft), pixels(ImageTop));
+        image->setGeometry(pixels(ImageLeft), pixels(ImageTop), FigureWidth, FigureHeight);
         img.add(index, image);
     };
 
     for (const PictureBox &picture : PictureBoxes) {
-        auto *box = new QWidget(&window);
+        auto *box = new QLabel(&window); // which a screen reader knows to read out
         box->setObjectName(indexed("pic", picture.index));
         paintBlack(*box);
         place(*box, picture.placement);
@@ -130,6 +133,7 @@ void ClockFace::addOptions(QWidget &window)
 {
     auto *Frame1 = new QFrame(&window);
     Frame1->setObjectName(QStringLiteral("Frame1"));
+    Frame1->setAccessibleName(QStringLiteral("Punch Type"));
     paintBlack(*Frame1);
     QPalette border = Frame1->palette();
     border.setColor(QPalette::Light, storedColour(White));
@@ -164,25 +168,30 @@ void ClockFace::addOptions(QWidget &window)
 
 void ClockFace::addDateAndButtons(QWidget &window)
 {
-    txtDate = new TextBox(&window);
+    txtDate = new TextBox(TextBox::Overlong::IsSqueezed, &window);
     txtDate->setObjectName(QStringLiteral("txtDate"));
+    txtDate->setAccessibleName(QStringLiteral("Date"));
     QPalette colours = txtDate->palette();
     colours.setColor(QPalette::Base, storedColour(Blue));
     colours.setColor(QPalette::Text, storedColour(Cyan));
     txtDate->setPalette(colours);
     txtDate->setFont(windowFont(DatePoints, true));
     place(*txtDate, DatePlacement);
-    QObject::connect(txtDate, &QLineEdit::textChanged, [this](const QString &date) {
-        constexpr int Margin = 4; // of frame, padding and cursor
-        txtDate->setFont(fittedFont(txtDate->font(), date, txtDate->width() - 2 * Margin));
-    });
 
     for (const Caption &caption : CommandCaptions) {
-        auto *button = new QPushButton(QString::fromLatin1(caption.text), &window);
+        auto *button = new CommandButton(QString::fromLatin1(caption.text), &window);
         button->setObjectName(indexed("cmdCtrl", caption.index));
         place(*button, caption.placement);
         cmdCtrl.add(caption.index, button);
     }
+}
+
+void ClockFace::readOut(const QString &digits)
+{
+    if (digits == m_readOut)
+        return;
+    m_readOut = digits;
+    pic(0)->setAccessibleName(QString(digits).insert(4, u':').insert(2, u':'));
 }
 
 void ClockFace::optEvent_Click(std::int16_t Index)

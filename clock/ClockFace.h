@@ -2,7 +2,6 @@
 
 #include "platform/Controls.h"
 
-#include <QPushButton>
 #include <QWidget>
 
 #include <cstdint>
@@ -23,7 +22,11 @@ public:
     /// Puts all controls on `window`, which owns them.
     explicit ClockFace(QWidget &window);
 
-    ControlArray<QWidget> pic;
+    /// Lets a screen reader read out the six digits "hhmmss" as the time. Costs next to nothing
+    /// when they are the same as before.
+    void readOut(const QString &digits);
+
+    ControlArray<QWidget> pic; ///< the leftmost one has the time as its accessible name
     ControlArray<Image> img;
     ControlArray<OptionButton> optEvent; ///< 0 is "Clock In", 1 is "Clock Out"
     TextBox *txtDate = nullptr;
@@ -36,4 +39,6 @@ private:
 
     /// Runs when a button of the pair becomes selected, and styles both.
     void optEvent_Click(std::int16_t Index);
+
+    QString m_readOut;
 };

@@ -6,6 +6,7 @@
 #include <initializer_list>
 #include <iterator>
 #include <span>
+#include <vector>
 
 namespace
 {
@@ -201,7 +202,7 @@ constexpr Band Colon[] = {
 constexpr std::span<const Band> Figures[] = {Zero, One,   Two,   Three, Four, Five,
                                              Six,  Seven, Eight, Nine,  Colon};
 
-/// A pixel is sampled at the centres of its SamplesAcross x SamplesAcross cells.
+/// A device pixel is sampled at the centres of its SamplesAcross x SamplesAcross cells.
 constexpr int SamplesAcross = 4;
 
 /// By the number of lit samples. Given, not computed: their rounding follows no one rule.
@@ -213,27 +214,24 @@ constexpr QRgb Shades[] = {
 };
 static_assert(std::size(Shades) == SamplesAcross * SamplesAcross + 1);
 
-constexpr double sampleCentre(int sample)
-{
-    return (sample + 0.5) / SamplesAcross;
-}
-
-/// The first sample whose centre is not left of x.
-int firstSample(double x)
-{
-    return static_cast<int>(std::ceil(x * SamplesAcross - 0.5));
-}
-
 } // namespace
 
-QImage drawFigure(int figure)
+QImage drawFigure(int figure, double pixelRatio)
 {
-    QImage image(FigureWidth, FigureHeight, QImage::Format_RGB32);
-    for (int row = 0; row < FigureHeight; ++row) {
-        std::array<int, FigureWidth> lit{};
+    const double density = SamplesAcross * pixelRatio; // in samples a pixel
+    const auto firstSample = [&](double x) {           // whose centre is not left of x
+        return static_cast<int>(std::ceil(x * density - 0.5));
+    };
+
+    QImage image(static_cast<int>(std::ceil(FigureWidth * pixelRatio)),
+                 static_cast<int>(std::ceil(FigureHeight * pixelRatio)), QImage::Format_RGB32);
+    image.setDevicePixelRatio(pixelRatio);
+    const auto width = static_cast<std::size_t>(image.width());
+    for (int row = 0; row < image.height(); ++row) {
+        std::vector<int> lit(width);
         for (int line = row * SamplesAcross; line < (row + 1) * SamplesAcross; ++line) {
-            const double y = sampleCentre(line);
-            std::array<bool, std::size_t{FigureWidth} * SamplesAcross> samples{};
+            const double y = (line + 0.5) / density;
+            std::vector<bool> samples(width * SamplesAcross);
             for (const Band &band : Figures[figure])
                 if (y >= band.top && y < band.bottom)
                     std::fill(samples.begin() + firstSample(band.left.at(y)),
@@ -241,8 +239,8 @@ QImage drawFigure(int figure)
             for (std::size_t i = 0; i < samples.size(); ++i)
                 lit[i / SamplesAcross] += samples[i];
         }
-        for (int column = 0; column < FigureWidth; ++column)
-            image.setPixel(column, row, Shades[lit[column]]);
+        for (std::size_t column = 0; column < width; ++column)
+            image.setPixel(static_cast<int>(column), row, Shades[lit[column]]);
     }
     return image;
 }

@@ -65,6 +65,7 @@ void Tick::showTime()
         const std::int16_t d = lenientNumber(digits.mid(k, 1));
         m_face.img(k * 10 + d)->ZOrder();
     }
+    m_face.readOut(digits);
 }
 
 void Tick::pollOnce()

@@ -56,9 +56,9 @@ void showTime(DTPicker &picker, const Settings::Key &key)
 
 } // namespace
 
-frmOptions::frmOptions(Host &host)
-    : QDialog(nullptr, Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
-                           Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint),
+frmOptions::frmOptions(Host &host, QWidget &owner)
+    : QDialog(&owner, Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
+                          Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint),
       m_host(host)
 {
     setObjectName(QStringLiteral("frmOptions"));
@@ -94,36 +94,36 @@ void frmOptions::addPunchTab()
         chkAutoSwitch_Click();
     });
 
-    Label1.add(
-        0, addLabel(PunchTab, "Label1(0)", "Switch to Clock In after:", {240, 1080, 1815, 255}));
-    Label1.add(
-        1, addLabel(PunchTab, "Label1(1)", "Switch to Clock Out after:", {240, 1560, 2055, 255}));
     for (const int index : {0, 1}) {
         auto *picker = new DTPicker(SSTab1->page(PunchTab));
         picker->setObjectName(QStringLiteral("dtpClock(%1)").arg(index));
         SSTab1->placeOn(*picker, {2280, index == 0 ? 1080 : 1560, 1455, 255});
         dtpClock.add(index, picker);
     }
+    Label1.add(0, addLabel(PunchTab, "Label1(0)",
+                           "Switch to Clock In after:", {240, 1080, 1815, 255}, dtpClock(0)));
+    Label1.add(1, addLabel(PunchTab, "Label1(1)",
+                           "Switch to Clock Out after:", {240, 1560, 2055, 255}, dtpClock(1)));
 }
 
 void frmOptions::addCommunicationTab()
 {
-    addLabel(CommunicationTab, "Label2", "MSR is connected to:", {240, 600, 1815, 255});
-    addLabel(CommunicationTab, "Label3", "Baud Rate:", {240, 1080, 1575, 255});
-    addLabel(CommunicationTab, "Label4", "Settings:", {240, 1560, 1575, 255});
     cboComport = addList(CommunicationTab, "cboComport", {"COM1", "COM2", "COM3", "COM4"},
                          {2040, 600, 1455, 315});
     cboBaudRate =
         addList(CommunicationTab, "cboBaudRate", {"9600", "4800", "2400"}, {2040, 1080, 1455, 315});
     cboSettings = addList(CommunicationTab, "cboSettings", {"N,8,1", "O,7,1", "S,7,1"},
                           {2040, 1560, 1455, 315});
+    addLabel(CommunicationTab, "Label2", "MSR is connected to:", {240, 600, 1815, 255}, cboComport);
+    addLabel(CommunicationTab, "Label3", "Baud Rate:", {240, 1080, 1575, 255}, cboBaudRate);
+    addLabel(CommunicationTab, "Label4", "Settings:", {240, 1560, 1575, 255}, cboSettings);
 }
 
 void frmOptions::addReaderTab()
 {
-    addLabel(ReaderTab, "Label5", "Reading Track:", {240, 600, 1335, 255});
     cboTrack =
         addList(ReaderTab, "cboTrack", {"Track1", "Track2", "Track3"}, {1560, 600, 1455, 315});
+    addLabel(ReaderTab, "Label5", "Reading Track:", {240, 600, 1335, 255}, cboTrack);
 }
 
 void frmOptions::addButtons()
@@ -150,10 +150,11 @@ void frmOptions::orderTabs()
 }
 
 Label *frmOptions::addLabel(int tab, const char *name, const char *caption,
-                            const Placement &placement)
+                            const Placement &placement, QWidget *named)
 {
     auto *label = new Label(QString::fromLatin1(caption), SSTab1->page(tab));
     label->setObjectName(QString::fromLatin1(name));
+    label->setBuddy(named);
     SSTab1->placeOn(*label, placement);
     return label;
 }

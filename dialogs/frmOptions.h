@@ -18,7 +18,8 @@
 class frmOptions : public QDialog
 {
 public:
-    explicit frmOptions(Host &host);
+    /// `owner`: the window that the dialog belongs to; it has no place of its own in the taskbar.
+    frmOptions(Host &host, QWidget &owner);
 
     /// Shows the dialog in the middle of the screen and returns when it has closed.
     void Show();
@@ -32,7 +33,8 @@ private:
     void addReaderTab();
     void addButtons();
     void orderTabs();
-    Label *addLabel(int tab, const char *name, const char *caption, const Placement &placement);
+    Label *addLabel(int tab, const char *name, const char *caption, const Placement &placement,
+                    QWidget *named);
     QComboBox *addList(int tab, const char *name, const QStringList &items,
                        const Placement &placement);
 

@@ -26,6 +26,7 @@ struct Line {
     const char *boxName;
     Placement boxPlacement;
     TextBox *frmPunchInformation::*box;
+    TextBox::Overlong overlong = TextBox::Overlong::ShowsBeginning;
 };
 
 constexpr std::array Lines{
@@ -52,7 +53,8 @@ constexpr std::array Lines{
          {120, 1200, 1215, 255},
          "txtDateTime",
          {1560, 1200, 2175, 285},
-         &frmPunchInformation::txtDateTime},
+         &frmPunchInformation::txtDateTime,
+         TextBox::Overlong::IsSqueezed},
 };
 
 constexpr Placement CloseButton{2760, 1680, 975, 375};
@@ -87,10 +89,11 @@ frmPunchInformation::frmPunchInformation()
         label->setObjectName(QString::fromLatin1(line.labelName));
         place(*label, line.labelPlacement);
 
-        auto *box = new TextBox(this);
+        auto *box = new TextBox(line.overlong, this);
         box->setObjectName(QString::fromLatin1(line.boxName));
         box->setPalette(onWindow);
         place(*box, line.boxPlacement);
+        label->setBuddy(box);
         this->*line.box = box;
     }
 

@@ -3,8 +3,11 @@
 #include <QFontMetrics>
 #include <QPaintEvent>
 #include <QPainter>
-#include <QStyleOptionFocusRect>
+#include <QStyle>
+#include <QStyleOptionFrame>
 #include <qdrawutil.h>
+
+#include <algorithm>
 
 void place(QWidget &control, const Placement &placement)
 {
@@ -32,10 +35,12 @@ QFont windowFont(double points, bool bold)
 
 QFont fittedFont(QFont font, const QString &text, int width)
 {
+    constexpr int Narrowest = QFont::Unstretched / 2; // beyond which nobody could read it
     font.setStretch(QFont::Unstretched);
-    const int natural = QFontMetrics(font).horizontalAdvance(text);
-    if (natural > width && width > 0)
-        font.setStretch(QFont::Unstretched * width / natural);
+    const auto advance = [&] { return QFontMetrics(font).horizontalAdvance(text); };
+    // Not always at the first go, for letters may be whole pixels wide.
+    while (advance() > width && font.stretch() > Narrowest)
+        font.setStretch(std::max(Narrowest, font.stretch() * width / advance()));
     return font;
 }
 
@@ -49,25 +54,59 @@ Image::Image(const QPixmap &picture, QWidget *parent) : QWidget(parent), m_pictu
 {
     setAttribute(Qt::WA_OpaquePaintEvent);
     setAttribute(Qt::WA_NoSystemBackground);
-    resize(picture.deviceIndependentSize().toSize());
 }
 
-void Image::paintEvent(QPaintEvent *event)
+void Image::paintEvent(QPaintEvent *)
 {
-    QPainter(this).drawPixmap(event->rect(), m_picture, event->rect());
+    QPainter(this).drawPixmap(0, 0, m_picture);
 }
 
-TextBox::TextBox(QWidget *parent) : QLineEdit(parent)
+TextBox::TextBox(Overlong overlong, QWidget *parent) : QLineEdit(parent), m_overlong(overlong)
 {
     setReadOnly(true);
+    setAlignment(Qt::AlignLeft | Qt::AlignAbsolute);
 }
 
 void TextBox::Text(const QString &wanted)
 {
     if (wanted == text())
         return;
+    if (m_overlong == Overlong::IsSqueezed)
+        setFont(fittedFont(font(), wanted, textWidth()));
     setText(wanted);
     setCursorPosition(0);
+}
+
+/// What the frame, the padding and the cursor leave for the text.
+int TextBox::textWidth() const
+{
+    constexpr int Padding = 2; // the toolkit's own, on either side
+    QStyleOptionFrame frame;
+    initStyleOption(&frame);
+    return style()->subElementRect(QStyle::SE_LineEditContents, &frame, this).width() -
+           2 * Padding - style()->pixelMetric(QStyle::PM_TextCursorWidth, &frame, this);
+}
+
+namespace
+{
+
+constexpr int FocusMargin = 5;
+
+/// The dotted line inside a button that has the focus, which shows on any background.
+void drawFocus(QPainter &painter, const QRect &button, const QColor &colour)
+{
+    painter.setPen(QPen(colour, 1, Qt::DotLine));
+    painter.drawRect(button.adjusted(FocusMargin, FocusMargin, -FocusMargin - 1, -FocusMargin - 1));
+}
+
+} // namespace
+
+void CommandButton::paintEvent(QPaintEvent *event)
+{
+    QPushButton::paintEvent(event);
+    QPainter painter(this);
+    if (hasFocus())
+        drawFocus(painter, rect(), palette().color(QPalette::ButtonText));
 }
 
 OptionButton::OptionButton(const QString &caption, QWidget *parent) : QAbstractButton(parent)
@@ -101,7 +140,6 @@ void OptionButton::FontBold(bool bold)
 void OptionButton::paintEvent(QPaintEvent *)
 {
     constexpr int BevelWidth = 2;
-    constexpr int FocusMargin = 5;
 
     QPalette bevel(m_backColor);
     bevel.setColor(QPalette::Light, m_backColor.lighter(160));
@@ -115,9 +153,6 @@ void OptionButton::paintEvent(QPaintEvent *)
     painter.setFont(fittedFont(font(), text(), width() - 2 * FocusMargin));
     painter.drawText(sunken ? rect().translated(1, 1) : rect(), Qt::AlignCenter, text());
 
-    if (hasFocus()) {
-        painter.setPen(QPen(m_foreColor, 1, Qt::DotLine));
-        painter.drawRect(
-            rect().adjusted(FocusMargin, FocusMargin, -FocusMargin - 1, -FocusMargin - 1));
-    }
+    if (hasFocus())
+        drawFocus(painter, rect(), m_foreColor);
 }

@@ -8,6 +8,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPixmap>
+#include <QPushButton>
 
 #include <cstdint>
 #include <map>
@@ -40,7 +41,7 @@ QFont windowFont(double points, bool bold = false);
 /// The size of text that has no size of its own told.
 inline constexpr double WindowFontPoints = 8.25;
 
-/// `font`, made narrower when `text` would not fit into `width` pixels otherwise.
+/// `font`, made narrower until `text` fits into `width` pixels, down to half its own width.
 QFont fittedFont(QFont font, const QString &text, int width);
 
 /// Controls under one name with an index. It does not own them.
@@ -72,7 +73,7 @@ protected:
     void resizeEvent(QResizeEvent *event) override;
 };
 
-/// An opaque bitmap at its natural size.
+/// An opaque bitmap that covers the whole of the control.
 class Image : public QWidget
 {
 public:
@@ -88,17 +89,36 @@ private:
     QPixmap m_picture;
 };
 
-/// A text box that the user can focus and select in, but not edit. A text that is too long shows
-/// its beginning.
+/// A text box that the user can focus and select in, but not edit. The text stands at the left,
+/// also one that runs from right to left.
 class TextBox : public QLineEdit
 {
 public:
-    explicit TextBox(QWidget *parent);
+    /// What becomes of a text that is wider than the box.
+    enum class Overlong { ShowsBeginning, IsSqueezed };
+
+    TextBox(Overlong overlong, QWidget *parent);
 
     QString Text() const { return text(); }
 
     /// Setting the text that is there already leaves the user's selection alone.
     void Text(const QString &text);
+
+private:
+    int textWidth() const;
+
+    Overlong m_overlong;
+};
+
+/// A command button of the platform's look that shows its focus also where the platform's own mark
+/// of it, a line round the button, is lost on a dark window.
+class CommandButton : public QPushButton
+{
+public:
+    using QPushButton::QPushButton;
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
 };
 
 /// An option button in graphical style: a push button that stays down while it is selected, in

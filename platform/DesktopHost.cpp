@@ -1,11 +1,17 @@
 #include "platform/DesktopHost.h"
 
 #include <QMessageBox>
+#include <QStyle>
 
 void DesktopHost::MsgBox(const QString &text, const QString &title, MsgBoxIcon icon)
 {
-    QMessageBox box(icon == MsgBoxIcon::Critical ? QMessageBox::Critical : QMessageBox::NoIcon,
-                    title, text, QMessageBox::Ok);
+    QMessageBox box(QMessageBox::NoIcon, title, text, QMessageBox::Ok);
     box.setTextFormat(Qt::PlainText);
+    if (icon == MsgBoxIcon::Critical) {
+        if (m_criticalIcon.isNull())
+            m_criticalIcon = box.style()->standardIcon(QStyle::SP_MessageBoxCritical);
+        box.setIconPixmap(
+            m_criticalIcon.pixmap(box.style()->pixelMetric(QStyle::PM_MessageBoxIconSize)));
+    }
     box.exec();
 }

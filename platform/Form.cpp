@@ -2,7 +2,9 @@
 
 #include "platform/Controls.h"
 
+#include <QAbstractNativeEventFilter>
 #include <QCloseEvent>
+#include <QCoreApplication>
 #include <QKeyEvent>
 #include <QScreen>
 #include <QWindow>
@@ -43,34 +45,49 @@ void Form::closeEvent(QCloseEvent *event)
 namespace
 {
 
-void moveToCentre(QWidget &window)
-{
-    QRect frame = window.frameGeometry();
-    frame.moveCenter(window.screen()->availableGeometry().center());
-    window.move(frame.topLeft());
-}
-
-/// Centres a window when it is first exposed, and goes.
-class CentreOnExpose : public QObject
+/// The window system gives a window its frame, or another one, when it likes, and the toolkit
+/// takes note of it without a word. So this looks at the margins after every event of the window
+/// system, whichever it is.
+class Centring : public QObject, public QAbstractNativeEventFilter
 {
 public:
-    explicit CentreOnExpose(QWidget &window) : QObject(&window), m_window(window)
+    explicit Centring(QWidget &window) : QObject(&window), m_window(window)
     {
-        window.windowHandle()->installEventFilter(this);
+        centre();
+        QCoreApplication::instance()->installNativeEventFilter(this);
     }
 
-    bool eventFilter(QObject *, QEvent *event) override
+    bool nativeEventFilter(const QByteArray &, void *, qintptr *) override
     {
-        if (event->type() == QEvent::Expose) {
-            moveToCentre(m_window);
-            m_window.windowHandle()->removeEventFilter(this);
-            deleteLater();
-        }
+        // The toolkit has yet to take the event in.
+        QMetaObject::invokeMethod(
+            this, [this] { centreInNewFrame(); }, Qt::QueuedConnection);
         return false;
     }
 
 private:
+    QMargins margins() const { return m_window.windowHandle()->frameMargins(); }
+
+    /// A window that stands elsewhere was moved. It may also be that its arrival is yet to be
+    /// reported, which is an event again.
+    void centreInNewFrame()
+    {
+        if (margins() != m_margins && m_window.geometry() == m_place)
+            centre();
+    }
+
+    void centre()
+    {
+        m_margins = margins();
+        QRect frame(QPoint(), m_window.size().grownBy(m_margins));
+        frame.moveCenter(m_window.screen()->geometry().center());
+        m_place = frame.marginsRemoved(m_margins);
+        m_window.setGeometry(m_place);
+    }
+
     QWidget &m_window;
+    QMargins m_margins;
+    QRect m_place; ///< without the frame
 };
 
 } // namespace
@@ -78,6 +95,5 @@ private:
 void centreOnScreen(QWidget &window)
 {
     window.winId(); // makes its window on the screen, still hidden
-    moveToCentre(window);
-    new CentreOnExpose(window);
+    new Centring(window);
 }

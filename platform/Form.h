@@ -31,8 +31,8 @@ private:
     std::function<void()> m_unloaded;
 };
 
-/// Moves a window that is not shown yet to the middle of the screen, and once more when it is
-/// there and the window system has put its frame round it.
+/// Puts a window that is not shown yet in the middle of the whole screen, and keeps it there, its
+/// frame included, for as long as nobody moves it.
 void centreOnScreen(QWidget &window);
 
 /// A form that is made when it is first touched and gone once it is unloaded, however it comes to

@@ -153,6 +153,7 @@ private Q_SLOTS:
         Bench t(home);
         QCOMPARE(t.window->windowTitle(), "Tavrel v1.0R2");
         QCOMPARE(t.window->size(), QSize(615, 228));
+        QCOMPARE(t.window->frameGeometry().center(), t.window->screen()->geometry().center());
         QCOMPARE(t.digits(), "999999");
         QVERIFY(t.window->face.txtDate->Text().isEmpty());
         QTRY_COMPARE(t.digits(), "090507");
@@ -173,18 +174,21 @@ private Q_SLOTS:
         QCOMPARE(Bench::shown(), QStringList({"Mara Lindqvist", "1001", "Clock In", moment}));
 
         // Another one, with the window still open: the texts change in place.
-        const QWidget *first = Bench::dialog();
+        const QPointer<QWidget> first = Bench::dialog();
+        first->showMinimized();
         const QString longBadge = "4711" + QString(60, u'0');
         t.click(t.window->face.optEvent(1));
         t.reader->send("\2;" + longBadge.toLatin1() + "?\3");
         QTRY_COMPARE(t.stored().section(u'\n', 1), longBadge.left(50) + ",0");
         QCOMPARE(Bench::dialog(), first);
+        QVERIFY(!first->isMinimized());
         QCOMPARE(Bench::shown(), QStringList({"Unknown", longBadge, "Clock Out", moment}));
         QCOMPARE(t.database.run("SELECT ID, RecordCount FROM RawData"), "0|2");
 
         // Closed, by any of its ways, it comes anew with the next swipe.
         QTest::keyClick(Bench::dialog(), Qt::Key_Escape);
         QVERIFY(!Bench::dialog());
+        QTRY_VERIFY(!first);
         t.reader->send("\2%X?\3");
         QTRY_VERIFY(Bench::dialog());
         QCOMPARE(Bench::shown()[1], "");
@@ -309,6 +313,7 @@ private Q_SLOTS:
         other.linkAt(home.path("Tavrel/COM2"));
         Bench t(home, "[Communication]\nComport=0\n");
         bool wasClosed = false;
+        QPointer<QWidget> opened;
 
         // Works the dialog while it is up: ticks go on; then another port is chosen, with OK.
         QTimer user;
@@ -318,6 +323,8 @@ private Q_SLOTS:
             if (!options)
                 return;
             if (steps == 0) {
+                opened = options;
+                QCOMPARE(options->windowHandle()->transientParent(), t.window->windowHandle());
                 t.host.turnTo(9, 11, 22, 33);
                 t.reader->send("\2;1001?\3");
                 steps = 1;
@@ -336,7 +343,7 @@ private Q_SLOTS:
             };
         else
             t.click(t.window->face.cmdCtrl(0));
-        QTRY_VERIFY(wasClosed);
+        QTRY_VERIFY(wasClosed && !opened);
         QCOMPARE(t.stored(), insideWait ? "" : "1001,1");
         QVERIFY(t.host.boxes.isEmpty());
 

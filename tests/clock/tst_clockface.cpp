@@ -3,6 +3,8 @@
 #include "platform/RegionalFormat.h"
 #include "tests/doubles/Table.h"
 
+#include <QAccessible>
+
 static QImage shown(QWidget *picture)
 {
     return picture->grab().toImage();
@@ -26,35 +28,11 @@ private Q_SLOTS:
         face.reset();
     }
 
-    void places_data()
+    void places_and_stacking()
     {
-        Table<QRect> row("place");
-        row("pic(0)", {16, 16, 73, 105});
-        row("pic(1)", {88, 16, 73, 105});
-        row("pic(4)", {160, 16, 73, 105});
-        row("pic(2)", {232, 16, 73, 105});
-        row("pic(3)", {304, 16, 73, 105});
-        row("pic(7)", {376, 16, 73, 105});
-        row("pic(5)", {448, 16, 73, 105});
-        row("pic(6)", {520, 16, 73, 105});
-        row("img(0)", {8, 8, 57, 87});
-        row("img(60)", {8, 8, 57, 87});
-        row("Frame1", {8, 128, 329, 89});
-        row("optEvent(0)", {16, 16, 145, 57});
-        row("optEvent(1)", {168, 16, 145, 57});
-        row("txtDate", {352, 136, 257, 33});
-        row("cmdCtrl(0)", {352, 184, 121, 33});
-        row("cmdCtrl(1)", {488, 184, 121, 33});
-    }
-    void places()
-    {
-        auto *control = window->findChild<QWidget *>(QTest::currentDataTag());
-        QVERIFY(control);
-        QTEST(control->geometry(), "place");
-    }
-
-    void stacking()
-    {
+        QCOMPARE(face->pic(6)->geometry(), QRect(520, 16, 73, 105));
+        QCOMPARE(face->img(60)->geometry(), QRect(8, 8, 57, 87));
+        QCOMPARE(face->optEvent(1)->geometry(), QRect(168, 16, 145, 57));
         const auto names = [](const QObject *container) {
             QStringList children;
             for (const QObject *child : container->children())
@@ -140,17 +118,63 @@ private Q_SLOTS:
         QVERIFY(in->font().bold() && !out->font().bold());
     }
 
+    void text_boxes_data()
+    {
+        Table<TextBox::Overlong, QString, bool> row("overlong", "text", "fits");
+        row("short", TextBox::Overlong::IsSqueezed, "May", true);
+        row("from right to left", TextBox::Overlong::IsSqueezed, "\u05d0\u05d1", true);
+        row("long date", TextBox::Overlong::IsSqueezed, "Wednesday, 23 September 2026", true);
+        row("long badge", TextBox::Overlong::ShowsBeginning, QString(60, u'7'), false);
+    }
+    void text_boxes()
+    {
+        QFETCH(const TextBox::Overlong, overlong);
+        QFETCH(const QString, text);
+        TextBox box(overlong, nullptr);
+        box.setFont(windowFont(12));
+        box.resize(200, 30);
+        box.Text("another");
+        box.selectAll();
+        box.Text("another"); // as the tick sets it: the user's selection stays
+        QCOMPARE(box.selectedText(), "another");
+        box.Text(text);
+        QCOMPARE(box.selectedText(), "");
+        QCOMPARE(box.cursorPosition(), 0);
+        QTEST(box.fontMetrics().horizontalAdvance(text) <= 200 - 7, "fits");
+
+        // It begins at the left edge.
+        const QRect leftEdge(3, 3, 12, 24);
+        const QImage written = shown(&box).copy(leftEdge);
+        box.Text("");
+        QVERIFY(written != shown(&box).copy(leftEdge));
+    }
+
+    void a_screen_reader_is_given_the_time()
+    {
+        const auto name = [](QWidget *control) {
+            return QAccessible::queryAccessibleInterface(control)->text(QAccessible::Name);
+        };
+        face->readOut("090507");
+        QCOMPARE(name(face->pic(0)), "09:05:07");
+        QCOMPARE(name(face->txtDate), "Date");
+    }
+
     void keyboard()
     {
+        QCOMPARE(face->cmdCtrl(0)->palette().window(), QApplication::palette().window());
         QVERIFY(QTest::qWaitForWindowActive(window.get()));
         face->optEvent(0)->setFocus();
         QTest::keyClick(face->optEvent(0), Qt::Key_Right);
         QVERIFY(face->optEvent(1)->Value() && face->optEvent(1)->hasFocus());
+        const QRect focusLine(5, 5, 20, 1);
+        const QImage without = face->cmdCtrl(0)->grab(focusLine).toImage();
         const QList<QWidget *> order{face->txtDate, face->cmdCtrl(0), face->cmdCtrl(1),
                                      face->optEvent(1)};
         for (QWidget *next : order) {
             QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
             QCOMPARE(QApplication::focusWidget(), next);
+            if (next == face->cmdCtrl(0))
+                QVERIFY(next->grab(focusLine).toImage() != without);
         }
         QTest::keyClicks(face->txtDate, QStringLiteral("typed"));
         QVERIFY(face->txtDate->Text().isEmpty());

@@ -2,6 +2,7 @@
 #include "tests/doubles/Table.h"
 
 #include <algorithm>
+#include <numeric>
 
 namespace
 {
@@ -120,6 +121,26 @@ private Q_SLOTS:
         // The top edge is no longer than the row below it, and no stray pixels.
         for (int x = 0; x < FigureWidth; ++x)
             QVERIFY(lit(image, x, 0) <= lit(image, x, 1));
+    }
+
+    /// On a dense display a figure is drawn anew, in the same shades and the same place.
+    void dense_displays()
+    {
+        const QImage plain = drawFigure(3), dense = drawFigure(3, 2);
+        QCOMPARE(drawFigure(3, 1.5).size(), QSize(86, 131));
+        QCOMPARE(dense.size(), 2 * plain.size());
+        int uneven = 0;
+        for (int y = 0; y < FigureHeight; ++y)
+            for (int x = 0; x < FigureWidth; ++x) {
+                const int cells[] = {lit(dense, 2 * x, 2 * y), lit(dense, 2 * x + 1, 2 * y),
+                                     lit(dense, 2 * x, 2 * y + 1),
+                                     lit(dense, 2 * x + 1, 2 * y + 1)};
+                QVERIFY(std::ranges::min(cells) >= 0);
+                QVERIFY(std::abs(std::reduce(std::begin(cells), std::end(cells)) / 4 -
+                                 lit(plain, x, y)) <= 2);
+                uneven += std::ranges::min(cells) < std::ranges::max(cells);
+            }
+        QVERIFY(uneven > 200);
     }
 
     void colon()

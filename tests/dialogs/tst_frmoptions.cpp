@@ -42,7 +42,8 @@ public:
     }
 
     ScriptedHost host;
-    frmOptions form{host};
+    QWidget owner;
+    frmOptions form{host, owner};
 };
 
 static const QStringList Defaults{"0", "00:00:00", "00:00:00", "COM1", "9600", "N,8,1", "Track2"};
@@ -56,23 +57,11 @@ private Q_SLOTS:
 
     void places_data()
     {
-        Table<int, QRect> row("tab", "place"); // tab -1 for what stands on the dialog itself
-        row("cmdCtrl(0)", -1, {120, 192, 73, 25});
-        row("cmdCtrl(1)", -1, {200, 192, 73, 25});
-        row("SSTab1", -1, {8, 8, 265, 177});
-        row("chkAutoSwitch", 0, {16, 40, 129, 17});
-        row("Label1(0)", 0, {16, 72, 121, 17});
-        row("dtpClock(0)", 0, {152, 72, 97, 17});
-        row("Label1(1)", 0, {16, 104, 137, 17});
-        row("dtpClock(1)", 0, {152, 104, 97, 17});
-        row("Label2", 1, {16, 40, 121, 17});
-        row("cboComport", 1, {136, 40, 97, 21});
-        row("Label3", 1, {16, 72, 105, 17});
-        row("cboBaudRate", 1, {136, 72, 97, 21});
-        row("Label4", 1, {16, 104, 105, 17});
-        row("cboSettings", 1, {136, 104, 97, 21});
-        row("Label5", 2, {16, 40, 89, 17});
-        row("cboTrack", 2, {104, 40, 97, 21});
+        Table<int, QRect, QString> row("tab", "place", "names"); // tab -1: on the dialog itself
+        row("cmdCtrl(1)", -1, {200, 192, 73, 25}, "");
+        row("Label1(1)", 0, {16, 104, 137, 17}, "dtpClock(1)");
+        row("Label4", 1, {16, 104, 105, 17}, "cboSettings");
+        row("Label5", 2, {16, 40, 89, 17}, "cboTrack");
     }
     void places()
     {
@@ -87,6 +76,8 @@ private Q_SLOTS:
         QVERIFY(control->isVisible());
         QWidget *container = tab < 0 ? static_cast<QWidget *>(&dialog.form) : strip;
         QTEST(QRect(control->mapTo(container, QPoint(0, 0)), control->size()), "place");
+        if (auto *label = qobject_cast<QLabel *>(control))
+            QTEST(label->buddy()->objectName(), "names");
     }
 
     /// What is stored under every key, and what the dialog shows of it and OK stores.
