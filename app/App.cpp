@@ -1,7 +1,7 @@
 #include "app/App.h"
 
-#include "platform/ApplicationTitle.h"
-#include "platform/UserSettings.h"
+#include "app/settings/SettingsStore.h"
+#include "platform/basics/ApplicationTitle.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -14,11 +14,6 @@
 
 namespace App
 {
-
-QString Title()
-{
-    return ApplicationTitle;
-}
 
 QString Path()
 {

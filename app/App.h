@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/Version.h"
-#include "platform/FileDescriptor.h"
+#include "platform/basics/FileDescriptor.h"
 
 #include <QString>
 
@@ -14,8 +14,6 @@ namespace App
 inline constexpr int Major = Version::Major;
 inline constexpr int Minor = Version::Minor;
 inline constexpr int Revision = Version::Revision;
-
-QString Title();
 
 /// The folder of the program's executable; it ends in a separator only in a drive root. Needs the
 /// toolkit's application object.

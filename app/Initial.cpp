@@ -2,7 +2,8 @@
 
 #include "app/App.h"
 #include "app/frmMain.h"
-#include "platform/DesktopHost.h"
+#include "platform/basics/ApplicationTitle.h"
+#include "platform/windows/DesktopHost.h"
 #include "store/DataEnvironment.h"
 
 #include <QApplication>
@@ -12,12 +13,6 @@
 namespace Initial
 {
 
-QString connectionString(const QString &programFolder)
-{
-    return QStringLiteral("Provider=Microsoft.Jet.OLEDB.4.0;") + QStringLiteral("Data Source=") +
-           programFolder + QStringLiteral("\\Orvanta.mdb;Persist Security Info=False");
-}
-
 int Main(int argc, char *argv[])
 {
     const App::InstanceLock instance;
@@ -26,7 +21,7 @@ int Main(int argc, char *argv[])
 
     argc = std::min(argc, 1); // its name: the toolkit would act on the arguments it knows
     QApplication application(argc, argv);
-    QApplication::setApplicationName(App::Title());
+    QApplication::setApplicationName(ApplicationTitle);
     QApplication::setApplicationVersion(QStringLiteral(TAVREL_VERSION_TEXT));
     QApplication::setQuitOnLastWindowClosed(false);
     de().conOV.ConnectionString(connectionString(App::Path()));

@@ -1,9 +1,9 @@
 #include "app/frmMain.h"
 
 #include "app/App.h"
-#include "clock/clock16.xpm"
-#include "clock/clock32.xpm"
 #include "dialogs/frmOptions.h"
+#include "platform/basics/ApplicationTitle.h"
+#include "platform/windows/Centring.h"
 
 #include <QIcon>
 
@@ -16,14 +16,16 @@ constexpr std::int16_t ExitButton = 1;
 } // namespace
 
 frmMain::frmMain(Host &host, DataEnvironment &environment)
-    : Form(QStringLiteral("frmMain"), App::Title(), ClockFace::ClientWidth, ClockFace::ClientHeight,
+    : Form(QStringLiteral("frmMain"), ApplicationTitle, ClockFace::ClientWidth,
+           ClockFace::ClientHeight,
            Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint | Qt::WindowCloseButtonHint),
       face(*this), m_host(host), m_connection(host),
       m_swipeHandling(host, face, m_connection, environment, m_punchInformation),
       m_tick(host, face, m_swipeHandling)
 {
-    QIcon icon(QPixmap{clock32_xpm});
-    icon.addPixmap(QPixmap{clock16_xpm});
+    QIcon icon;
+    for (const int size : {32, 16})
+        icon.addFile(QStringLiteral(":/app/pictures/clock%1.png").arg(size));
     setWindowIcon(icon);
 
     for (const std::int16_t index : {OptionsButton, ExitButton})

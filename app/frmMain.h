@@ -5,8 +5,9 @@
 #include "clock/SwipeHandling.h"
 #include "clock/Tick.h"
 #include "dialogs/frmPunchInformation.h"
-#include "platform/Form.h"
-#include "platform/Host.h"
+#include "platform/host/Host.h"
+#include "platform/windows/Form.h"
+#include "platform/windows/OnDemand.h"
 
 #include <cstdint>
 

@@ -1,8 +1,11 @@
 #include "clock/ClockFace.h"
 
 #include "clock/Figures.h"
+#include "platform/windows/Appearance.h"
+#include "platform/windows/Twips.h"
 
 #include <QFrame>
+#include <QLabel>
 #include <QPixmap>
 
 #include <array>

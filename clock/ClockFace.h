@@ -1,6 +1,10 @@
 #pragma once
 
-#include "platform/Controls.h"
+#include "platform/windows/CommandButton.h"
+#include "platform/windows/ControlArray.h"
+#include "platform/windows/Image.h"
+#include "platform/windows/OptionButton.h"
+#include "platform/windows/TextBox.h"
 
 #include <QWidget>
 

@@ -1,20 +1,15 @@
 #include "clock/ReaderConnection.h"
 
-#include "app/Settings.h"
-#include "platform/Conversions.h"
-#include "platform/Failure.h"
-
-#include <array>
+#include "app/settings/Choices.h"
+#include "app/settings/UserSettings.h"
+#include "platform/basics/Failure.h"
+#include "platform/text/Conversions.h"
 
 namespace
 {
 
-using Choices = std::array<const char *, 3>;
-
-constexpr Choices BaudRates{"9600", "4800", "2400"};
-constexpr Choices LineFormats{"N,8,1", "O,7,1", "S,7,1"};
-
-QString choose(const Choices &choices, std::int16_t index)
+/// The entry at a stored position; failure 9 when there is none.
+template <typename Entries> QString choose(const Entries &choices, std::int16_t index)
 {
     if (index < 0 || static_cast<std::size_t>(index) >= choices.size())
         throw Failure(Failure::SubscriptOutOfRange);
@@ -28,26 +23,27 @@ void ReaderConnection::ConnectReader()
     try {
         connectFromSettings();
     } catch (const Failure &) {
-        m_Reader().Disconnect();
+        reader().Disconnect();
     }
 }
 
-CMRW &ReaderConnection::m_Reader()
+CMRW &ReaderConnection::reader()
 {
-    if (!m_reader)
-        m_reader = std::make_unique<CMRW>(m_host);
-    return *m_reader;
+    if (!m_Reader)
+        m_Reader.emplace(m_host);
+    return *m_Reader;
 }
 
 void ReaderConnection::connectFromSettings()
 {
-    const std::int16_t port = lenientNumber(Settings::read(Settings::Comport));
-    const std::int16_t rate = lenientNumber(Settings::read(Settings::BaudRate));
-    const std::int16_t format = lenientNumber(Settings::read(Settings::Format));
+    const std::int16_t port = lenientNumber(UserSettings::read(UserSettings::Comport));
+    const std::int16_t rate = lenientNumber(UserSettings::read(UserSettings::BaudRate));
+    const std::int16_t format = lenientNumber(UserSettings::read(UserSettings::Format));
 
-    m_Reader().Disconnect();
-    m_Reader().CommPort(port + 1);
-    m_Reader().Settings(choose(BaudRates, rate) + u',' + choose(LineFormats, format));
-    m_Reader().DeviceType(0);
-    m_Reader().Connect();
+    reader().Disconnect();
+    reader().CommPort(port + 1);
+    reader().Settings(choose(Choices::BaudRates, rate) + u',' +
+                      choose(Choices::LineFormats, format));
+    reader().DeviceType(0);
+    reader().Connect();
 }

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "platform/Host.h"
+#include "platform/host/Host.h"
 #include "reader/CMRW.h"
 
-#include <memory>
+#include <optional>
 
 /// Holds the window's one reader, and closes and reopens it from the stored settings. It is the
 /// only path that opens the reader.
@@ -18,11 +18,11 @@ public:
     void ConnectReader();
 
     /// The reader, made at its first use and never replaced.
-    CMRW &m_Reader();
+    CMRW &reader();
 
 private:
     void connectFromSettings();
 
     Host &m_host;
-    std::unique_ptr<CMRW> m_reader;
+    std::optional<CMRW> m_Reader;
 };

@@ -1,9 +1,9 @@
 #include "clock/SwipeHandling.h"
 
-#include "app/Settings.h"
-#include "platform/Conversions.h"
-#include "platform/Failure.h"
-#include "platform/RegionalFormat.h"
+#include "app/settings/UserSettings.h"
+#include "platform/basics/Failure.h"
+#include "platform/text/Conversions.h"
+#include "platform/text/RegionalFormat.h"
 #include "store/GetEmployeeName.h"
 #include "store/SavePunch.h"
 
@@ -30,11 +30,11 @@ SwipeHandling::SwipeHandling(Host &host, ClockFace &face, ReaderConnection &conn
 void SwipeHandling::PollCard()
 {
     try {
-        const std::int16_t track = lenientNumber(Settings::read(Settings::Track));
+        const std::int16_t track = lenientNumber(UserSettings::read(UserSettings::Track));
 
         std::array<QString, 3> tracks;
         const std::int32_t result =
-            m_connection.m_Reader().ReadTracks(ReadTimeout, tracks[0], tracks[1], tracks[2]);
+            m_connection.reader().ReadTracks(ReadTimeout, tracks[0], tracks[1], tracks[2]);
         if (result != CMRW::Success)
             return;
 

@@ -3,8 +3,8 @@
 #include "clock/ClockFace.h"
 #include "clock/ReaderConnection.h"
 #include "dialogs/frmPunchInformation.h"
-#include "platform/Form.h"
-#include "platform/Host.h"
+#include "platform/host/Host.h"
+#include "platform/windows/OnDemand.h"
 #include "store/DataEnvironment.h"
 
 /// The one place where a swipe becomes a punch.

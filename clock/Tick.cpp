@@ -1,10 +1,12 @@
 #include "clock/Tick.h"
 
-#include "app/Settings.h"
+#include "app/settings/UserSettings.h"
 #include "clock/AutoSwitch.h"
-#include "platform/Conversions.h"
-#include "platform/Failure.h"
-#include "platform/RegionalFormat.h"
+#include "platform/basics/Failure.h"
+#include "platform/text/Conversions.h"
+#include "platform/text/RegionalFormat.h"
+
+#include <QScopedValueRollback>
 
 #include <chrono>
 
@@ -45,9 +47,9 @@ void Tick::autoSwitch()
 {
     constexpr std::int16_t SwitchedOn = 1;
 
-    const double clockIn = timeText(Settings::read(Settings::ClockIn));
-    const double clockOut = timeText(Settings::read(Settings::ClockOut));
-    if (strictNumber(Settings::read(Settings::AutoSwitch)) != SwitchedOn)
+    const double clockIn = timeText(UserSettings::read(UserSettings::ClockIn));
+    const double clockOut = timeText(UserSettings::read(UserSettings::ClockOut));
+    if (strictNumber(UserSettings::read(UserSettings::AutoSwitch)) != SwitchedOn)
         return;
 
     OptionButton *wanted =
@@ -72,7 +74,6 @@ void Tick::pollOnce()
 {
     if (m_polling)
         return;
-    m_polling = true;
+    const QScopedValueRollback polling(m_polling, true);
     m_swipeHandling.PollCard();
-    m_polling = false;
 }

@@ -2,7 +2,7 @@
 
 #include "clock/ClockFace.h"
 #include "clock/SwipeHandling.h"
-#include "platform/Host.h"
+#include "platform/host/Host.h"
 
 #include <QTimer>
 

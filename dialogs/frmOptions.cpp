@@ -1,10 +1,13 @@
 #include "dialogs/frmOptions.h"
 
-#include "app/Settings.h"
-#include "platform/Conversions.h"
-#include "platform/Failure.h"
-#include "platform/Form.h"
-#include "platform/RegionalFormat.h"
+#include "app/settings/Choices.h"
+#include "app/settings/UserSettings.h"
+#include "platform/basics/Failure.h"
+#include "platform/text/Conversions.h"
+#include "platform/text/RegionalFormat.h"
+#include "platform/windows/Appearance.h"
+#include "platform/windows/Centring.h"
+#include "platform/windows/Form.h"
 
 #include <algorithm>
 #include <array>
@@ -28,10 +31,10 @@ constexpr std::array CheckStates{Qt::Unchecked, Qt::Checked, Qt::PartiallyChecke
 /// The number stored under `key`, by the given conversion; the key's fallback where that fails
 /// or gives none of 0 to `count` - 1.
 template <typename Conversion>
-std::int16_t storedIndex(const Settings::Key &key, Conversion convert, int count)
+std::int16_t storedIndex(const UserSettings::Key &key, Conversion convert, int count)
 {
     try {
-        const std::int16_t index = convert(Settings::read(key));
+        const std::int16_t index = convert(UserSettings::read(key));
         if (index >= 0 && index < count)
             return index;
     } catch (const Failure &) {
@@ -45,10 +48,10 @@ std::int16_t strictly(const QString &text)
     return strictNumber(text);
 }
 
-void showTime(DTPicker &picker, const Settings::Key &key)
+void showTime(DTPicker &picker, const UserSettings::Key &key)
 {
     try {
-        picker.Value(Settings::read(key));
+        picker.Value(UserSettings::read(key));
     } catch (const Failure &) {
         picker.Value(QString::fromLatin1(key.fallback));
     }
@@ -108,12 +111,11 @@ void frmOptions::addPunchTab()
 
 void frmOptions::addCommunicationTab()
 {
-    cboComport = addList(CommunicationTab, "cboComport", {"COM1", "COM2", "COM3", "COM4"},
-                         {2040, 600, 1455, 315});
+    cboComport = addList(CommunicationTab, "cboComport", Choices::Ports, {2040, 600, 1455, 315});
     cboBaudRate =
-        addList(CommunicationTab, "cboBaudRate", {"9600", "4800", "2400"}, {2040, 1080, 1455, 315});
-    cboSettings = addList(CommunicationTab, "cboSettings", {"N,8,1", "O,7,1", "S,7,1"},
-                          {2040, 1560, 1455, 315});
+        addList(CommunicationTab, "cboBaudRate", Choices::BaudRates, {2040, 1080, 1455, 315});
+    cboSettings =
+        addList(CommunicationTab, "cboSettings", Choices::LineFormats, {2040, 1560, 1455, 315});
     addLabel(CommunicationTab, "Label2", "MSR is connected to:", {240, 600, 1815, 255}, cboComport);
     addLabel(CommunicationTab, "Label3", "Baud Rate:", {240, 1080, 1575, 255}, cboBaudRate);
     addLabel(CommunicationTab, "Label4", "Settings:", {240, 1560, 1575, 255}, cboSettings);
@@ -121,8 +123,7 @@ void frmOptions::addCommunicationTab()
 
 void frmOptions::addReaderTab()
 {
-    cboTrack =
-        addList(ReaderTab, "cboTrack", {"Track1", "Track2", "Track3"}, {1560, 600, 1455, 315});
+    cboTrack = addList(ReaderTab, "cboTrack", Choices::Tracks, {1560, 600, 1455, 315});
     addLabel(ReaderTab, "Label5", "Reading Track:", {240, 600, 1335, 255}, cboTrack);
 }
 
@@ -159,12 +160,13 @@ Label *frmOptions::addLabel(int tab, const char *name, const char *caption,
     return label;
 }
 
-QComboBox *frmOptions::addList(int tab, const char *name, const QStringList &items,
+QComboBox *frmOptions::addList(int tab, const char *name, std::span<const char *const> items,
                                const Placement &placement)
 {
     auto *list = new QComboBox(SSTab1->page(tab));
     list->setObjectName(QString::fromLatin1(name));
-    list->addItems(items);
+    for (const char *item : items)
+        list->addItem(QString::fromLatin1(item));
     SSTab1->placeOn(*list, placement);
     return list;
 }
@@ -172,13 +174,14 @@ QComboBox *frmOptions::addList(int tab, const char *name, const QStringList &ite
 void frmOptions::Form_Load()
 {
     chkAutoSwitch->setCheckState(CheckStates[static_cast<std::size_t>(
-        storedIndex(Settings::AutoSwitch, strictly, static_cast<int>(CheckStates.size())))]);
-    showTime(*dtpClock(0), Settings::ClockIn);
-    showTime(*dtpClock(1), Settings::ClockOut);
-    cboComport->setCurrentIndex(storedIndex(Settings::Comport, strictly, cboComport->count()));
-    cboBaudRate->setCurrentIndex(storedIndex(Settings::BaudRate, strictly, cboBaudRate->count()));
-    cboSettings->setCurrentIndex(storedIndex(Settings::Format, strictly, cboSettings->count()));
-    cboTrack->setCurrentIndex(storedIndex(Settings::Track, lenientNumber, cboTrack->count()));
+        storedIndex(UserSettings::AutoSwitch, strictly, static_cast<int>(CheckStates.size())))]);
+    showTime(*dtpClock(0), UserSettings::ClockIn);
+    showTime(*dtpClock(1), UserSettings::ClockOut);
+    cboComport->setCurrentIndex(storedIndex(UserSettings::Comport, strictly, cboComport->count()));
+    cboBaudRate->setCurrentIndex(
+        storedIndex(UserSettings::BaudRate, strictly, cboBaudRate->count()));
+    cboSettings->setCurrentIndex(storedIndex(UserSettings::Format, strictly, cboSettings->count()));
+    cboTrack->setCurrentIndex(storedIndex(UserSettings::Track, lenientNumber, cboTrack->count()));
     chkAutoSwitch_Click();
     SSTab1->Tab(PunchTab);
     m_isOK = False;
@@ -201,7 +204,7 @@ void frmOptions::cmdCtrl_Click(std::int16_t Index)
         m_isOK = Index == OkButton ? True : False;
         done(Index == OkButton ? QDialog::Accepted : QDialog::Rejected);
     } catch (const Failure &failure) {
-        m_host.MsgBox(failure.description, QString::number(failure.number), MsgBoxIcon::None);
+        m_host.MsgBox(failure);
     }
 }
 
@@ -209,11 +212,11 @@ void frmOptions::saveSettings()
 {
     const auto checkValue =
         std::ranges::find(CheckStates, chkAutoSwitch->checkState()) - CheckStates.begin();
-    Settings::write(Settings::AutoSwitch, QString::number(checkValue));
-    Settings::write(Settings::ClockIn, formatTimeOfDay(dtpClock(0)->Value()));
-    Settings::write(Settings::ClockOut, formatTimeOfDay(dtpClock(1)->Value()));
-    Settings::write(Settings::Comport, QString::number(cboComport->currentIndex()));
-    Settings::write(Settings::BaudRate, QString::number(cboBaudRate->currentIndex()));
-    Settings::write(Settings::Format, QString::number(cboSettings->currentIndex()));
-    Settings::write(Settings::Track, QString::number(cboTrack->currentIndex()));
+    UserSettings::write(UserSettings::AutoSwitch, QString::number(checkValue));
+    UserSettings::write(UserSettings::ClockIn, formatTimeOfDay(dtpClock(0)->Value()));
+    UserSettings::write(UserSettings::ClockOut, formatTimeOfDay(dtpClock(1)->Value()));
+    UserSettings::write(UserSettings::Comport, QString::number(cboComport->currentIndex()));
+    UserSettings::write(UserSettings::BaudRate, QString::number(cboBaudRate->currentIndex()));
+    UserSettings::write(UserSettings::Format, QString::number(cboSettings->currentIndex()));
+    UserSettings::write(UserSettings::Track, QString::number(cboTrack->currentIndex()));
 }

@@ -1,10 +1,12 @@
 #pragma once
 
-#include "platform/Boolean.h"
-#include "platform/Controls.h"
-#include "platform/DTPicker.h"
-#include "platform/Host.h"
-#include "platform/SSTab.h"
+#include "platform/basics/Boolean.h"
+#include "platform/host/Host.h"
+#include "platform/windows/ControlArray.h"
+#include "platform/windows/DTPicker.h"
+#include "platform/windows/Label.h"
+#include "platform/windows/SSTab.h"
+#include "platform/windows/Twips.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -12,6 +14,7 @@
 #include <QPushButton>
 
 #include <cstdint>
+#include <span>
 
 /// The one place where the user edits the seven settings. It is made afresh for each showing:
 /// it loads every setting when it is made, "OK" writes all seven, "Cancel" none.
@@ -35,7 +38,7 @@ private:
     void orderTabs();
     Label *addLabel(int tab, const char *name, const char *caption, const Placement &placement,
                     QWidget *named);
-    QComboBox *addList(int tab, const char *name, const QStringList &items,
+    QComboBox *addList(int tab, const char *name, std::span<const char *const> items,
                        const Placement &placement);
 
     void Form_Load();

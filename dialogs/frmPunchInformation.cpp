@@ -1,6 +1,8 @@
 #include "dialogs/frmPunchInformation.h"
 
-#include "dialogs/punch32.xpm"
+#include "platform/windows/Appearance.h"
+#include "platform/windows/Label.h"
+#include "platform/windows/Twips.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -67,7 +69,7 @@ constexpr int SeparatorTop = 1560;
 /// Made once: the toolkit keeps a copy of every icon that it ever showed, up to some megabytes.
 const QIcon &pictureOfAPunch()
 {
-    static const auto *const icon = new QIcon(QPixmap(punch32_xpm));
+    static const auto *const icon = new QIcon(QStringLiteral(":/dialogs/pictures/punch32.png"));
     return *icon;
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/Controls.h"
-#include "platform/Form.h"
+#include "platform/windows/Form.h"
+#include "platform/windows/TextBox.h"
 
 /// Tells the person at the clock what was just punched. Display and nothing else: the swipe
 /// handling fills it, shows it and stores the punch, whether or not it is closed afterwards.

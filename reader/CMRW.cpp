@@ -1,6 +1,6 @@
 #include "reader/CMRW.h"
 
-#include "platform/Failure.h"
+#include "platform/basics/Failure.h"
 #include "reader/frmCMRW.h"
 
 #include <algorithm>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "platform/Boolean.h"
-#include "platform/Host.h"
-#include "platform/MSComm.h"
+#include "platform/basics/Boolean.h"
+#include "platform/host/Host.h"
+#include "platform/serial/MSComm.h"
 #include "reader/Frames.h"
 
 #include <QByteArray>

@@ -1,6 +1,6 @@
 #include "reader/Frames.h"
 
-#include "platform/Failure.h"
+#include "platform/basics/Failure.h"
 
 #include <algorithm>
 #include <bit>

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "platform/TermiosComm.h"
+#include "app/settings/SerialDevice.h"
+#include "platform/serial/TermiosComm.h"
 
 /// Carries the one serial control of the process, so that all drivers in it share one link. It
 /// is made by the first driver that asks for it and stays until the process ends; nothing of it
@@ -10,7 +11,7 @@ class frmCMRW
 public:
     static frmCMRW &form();
 
-    TermiosComm MSComm1;
+    TermiosComm MSComm1{serialDevice};
 
 private:
     frmCMRW();

@@ -12,6 +12,12 @@ constexpr Command EmployeeNameWithEmpIDCommand{
 
 } // namespace
 
+QString connectionString(const QString &programFolder)
+{
+    return QStringLiteral("Provider=Microsoft.Jet.OLEDB.4.0;") + QStringLiteral("Data Source=") +
+           programFolder + QStringLiteral("\\Orvanta.mdb;Persist Security Info=False");
+}
+
 void DataEnvironment::RawData()
 {
     rsRawData.Open(RawDataCommand);

@@ -1,7 +1,13 @@
 #pragma once
 
-#include "platform/Connection.h"
-#include "platform/Recordset.h"
+#include "platform/database/Connection.h"
+#include "platform/database/Recordset.h"
+
+#include <QString>
+
+/// The connection string of the time database: always the file Orvanta.mdb in `programFolder`,
+/// which goes into the text as it is.
+QString connectionString(const QString &programFolder);
 
 /// The time database: one connection, and four named commands with a recordset each. The first
 /// command call opens the connection; nothing ever closes it. A command fills its recordset and

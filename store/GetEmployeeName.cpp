@@ -1,7 +1,7 @@
 #include "store/GetEmployeeName.h"
 
-#include "platform/Conversions.h"
-#include "platform/Failure.h"
+#include "platform/basics/Failure.h"
+#include "platform/database/ColumnValues.h"
 
 void GetEmployeeName(Host &host, DataEnvironment &environment, const QString &i_sBadgeNumber,
                      QString &o_sEmployeeName)
@@ -16,6 +16,6 @@ void GetEmployeeName(Host &host, DataEnvironment &environment, const QString &i_
         else
             o_sEmployeeName = QStringLiteral("Unknown");
     } catch (const Failure &failure) {
-        host.MsgBox(failure.description, QString::number(failure.number), MsgBoxIcon::None);
+        host.MsgBox(failure);
     }
 }

@@ -1,7 +1,7 @@
 #include "store/SavePunch.h"
 
-#include "platform/Conversions.h"
-#include "platform/Failure.h"
+#include "platform/basics/Failure.h"
+#include "platform/database/ColumnValues.h"
 
 namespace
 {
@@ -79,6 +79,6 @@ void SavePunch(Host &host, DataEnvironment &environment, const QString &i_sBadge
         environment.rsRawData.Update();
         addDetail(environment, batchID, i_sBadgeNumber, i_dtPunchTime, i_iEventStatus);
     } catch (const Failure &failure) {
-        host.MsgBox(failure.description, QString::number(failure.number), MsgBoxIcon::None);
+        host.MsgBox(failure);
     }
 }

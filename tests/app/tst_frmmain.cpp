@@ -1,13 +1,12 @@
 #include "app/App.h"
-#include "app/Initial.h"
 #include "app/frmMain.h"
-#include "platform/EventLoopHost.h"
-#include "platform/RegionalFormat.h"
-#include "tests/doubles/RecordingHost.h"
-#include "tests/doubles/Table.h"
-#include "tests/doubles/TemporaryHome.h"
-#include "tests/doubles/TestDatabase.h"
-#include "tools/VirtualReader.h"
+#include "platform/host/EventLoopHost.h"
+#include "platform/text/RegionalFormat.h"
+#include "tests/support/RecordingHost.h"
+#include "tests/support/Table.h"
+#include "tests/support/TemporaryHome.h"
+#include "tests/support/TestDatabase.h"
+#include "tools/virtual-reader/VirtualReader.h"
 
 #include <QComboBox>
 
@@ -91,14 +90,6 @@ class TestFrmMain : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void connectionString()
-    {
-        for (const QString folder : {"/opt/tavrel", "/", "C:\\", "/a;b"})
-            QCOMPARE(Initial::connectionString(folder),
-                     "Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + folder +
-                         "\\Orvanta.mdb;Persist Security Info=False");
-    }
-
     void one_instance_at_a_time()
     {
         // A start that knows of another run-time folder, or of none, meets the first one too.
@@ -155,12 +146,12 @@ private Q_SLOTS:
         QCOMPARE(t.window->size(), QSize(615, 228));
         QCOMPARE(t.window->frameGeometry().center(), t.window->screen()->geometry().center());
         QCOMPARE(t.digits(), "999999");
-        QVERIFY(t.window->face.txtDate->Text().isEmpty());
+        QVERIFY(t.window->face.txtDate->text().isEmpty());
         QTRY_COMPARE(t.digits(), "090507");
-        QCOMPARE(t.window->face.txtDate->Text(), "Monday, 9 March 2026");
+        QCOMPARE(t.window->face.txtDate->text(), "Monday, 9 March 2026");
         t.host.turnTo(10, 0, 0, 0);
         QTRY_COMPARE(t.digits(), "000000");
-        QTRY_COMPARE(t.window->face.txtDate->Text(), "Tuesday, 10 March 2026");
+        QTRY_COMPARE(t.window->face.txtDate->text(), "Tuesday, 10 March 2026");
         QVERIFY(!Bench::dialog());
     }
 
@@ -245,7 +236,7 @@ private Q_SLOTS:
             QTRY_COMPARE(t.digits(), "112233");
             t.host.turnTo(10, 23, 59, 58);
             QTRY_COMPARE(t.digits(), "235958");
-            QVERIFY(t.window->face.txtDate->Text().startsWith("Tuesday"));
+            QVERIFY(t.window->face.txtDate->text().startsWith("Tuesday"));
             QCOMPARE(t.host.passes, 1);
         };
         QTRY_COMPARE(t.digits(), "235958");

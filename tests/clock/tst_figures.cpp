@@ -1,5 +1,5 @@
 #include "clock/Figures.h"
-#include "tests/doubles/Table.h"
+#include "tests/support/Table.h"
 
 #include <algorithm>
 #include <numeric>

@@ -1,9 +1,11 @@
+#include "app/settings/SettingsStore.h"
 #include "dialogs/frmOptions.h"
-#include "platform/RegionalFormat.h"
-#include "platform/UserSettings.h"
-#include "tests/doubles/ScriptedHost.h"
-#include "tests/doubles/Table.h"
-#include "tests/doubles/TemporaryHome.h"
+#include "platform/text/RegionalFormat.h"
+#include "tests/support/ScriptedHost.h"
+#include "tests/support/Table.h"
+#include "tests/support/TemporaryHome.h"
+
+#include <QLineEdit>
 
 /// The dialog on the screen, reached through the names of its controls.
 class Dialog
@@ -70,7 +72,7 @@ private Q_SLOTS:
         auto *strip = dialog.find<SSTab>("SSTab1");
         auto *control = dialog.find(QTest::currentDataTag());
         QCOMPARE(dialog.form.size(), QSize(280, 222));
-        QCOMPARE(strip->Tab(), 0);
+        QCOMPARE(strip->currentIndex(), 0);
         QCOMPARE(control->isVisible(), tab <= 0);
         strip->Tab(std::max(tab, 0));
         QVERIFY(control->isVisible());

@@ -1,5 +1,5 @@
-#include "tests/doubles/ReaderBench.h"
-#include "tests/doubles/Table.h"
+#include "tests/support/ReaderBench.h"
+#include "tests/support/Table.h"
 
 #include <limits>
 

@@ -1,7 +1,7 @@
-#include "platform/TermiosComm.h"
-#include "tests/doubles/ReaderBench.h"
-#include "tests/doubles/Table.h"
-#include "tools/VirtualReader.h"
+#include "platform/serial/TermiosComm.h"
+#include "tests/support/ReaderBench.h"
+#include "tests/support/Table.h"
+#include "tools/virtual-reader/VirtualReader.h"
 
 static const QByteArray Accepted("\2\6\3");
 static const QString OutOfRange = "Tavrel: Subscript out of range";

@@ -1,8 +1,8 @@
 #include "store/GetEmployeeName.h"
 #include "store/SavePunch.h"
-#include "tests/doubles/ScriptedHost.h"
-#include "tests/doubles/Table.h"
-#include "tests/doubles/TestDatabase.h"
+#include "tests/support/ScriptedHost.h"
+#include "tests/support/Table.h"
+#include "tests/support/TestDatabase.h"
 
 #include <chrono>
 #include <future>

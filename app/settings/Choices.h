@@ -1,0 +1,15 @@
+#pragma once
+
+#include <array>
+
+/// What the positions stored in the settings stand for, counted from 0. Their order is stored data:
+/// an entry may be added at the end and never moved.
+namespace Choices
+{
+
+inline constexpr std::array Ports{"COM1", "COM2", "COM3", "COM4"};
+inline constexpr std::array BaudRates{"9600", "4800", "2400"};
+inline constexpr std::array LineFormats{"N,8,1", "O,7,1", "S,7,1"}; ///< parity, data, stop bits
+inline constexpr std::array Tracks{"Track1", "Track2", "Track3"};
+
+} // namespace Choices

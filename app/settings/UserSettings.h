@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QString>
+
+/// The seven values that the program remembers between runs, apart from the punches. Nobody keeps
+/// a copy of them: they are read when they are needed, and a change counts from the next read.
+namespace UserSettings
+{
+
+struct Key {
+    const char *section;
+    const char *name;
+    const char *fallback; ///< what a missing key reads as
+};
+
+inline constexpr Key Comport{"Communication", "Comport", "0"};   ///< index into COM1 to COM4
+inline constexpr Key BaudRate{"Communication", "BaudRate", "0"}; ///< index into the baud rates
+inline constexpr Key Format{"Communication", "Settings", "0"};   ///< index into the line formats
+inline constexpr Key ClockIn{"Punch", "ClockIn", "00:00:00"};    ///< time of day, as text
+inline constexpr Key ClockOut{"Punch", "ClockOut", "00:00:00"};  ///< time of day, as text
+inline constexpr Key AutoSwitch{"Punch", "AutoSwitch", "0"};     ///< 1 switches it on
+inline constexpr Key Track{"MSR", "Track", "1"};                 ///< index into tracks 1 to 3
+
+/// The stored text of `key`, or its fallback.
+QString read(const Key &key);
+
+/// Stores `text` under `key`. Failure 75 when it cannot be written.
+void write(const Key &key, const QString &text);
+
+} // namespace UserSettings

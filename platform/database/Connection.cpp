@@ -1,0 +1,158 @@
+#include "platform/database/Connection.h"
+
+#include "platform/basics/Failure.h"
+
+#include <QFile>
+#include <QThread>
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+namespace
+{
+
+/// How a file of the Jet database engine begins, four bytes in.
+constexpr char JetMark[] = "Standard Jet DB";
+constexpr qint64 JetMarkOffset = 4;
+
+/// Steps of SQLite's machine between two looks at the time-out, well under a millisecond.
+constexpr int WorkBetweenLooks = 10000;
+
+Failure failureOfFile(int code, const char *words, const QByteArray &path)
+{
+    return {code, QString::fromUtf8(words) + QStringLiteral(": ") + QFile::decodeName(path)};
+}
+
+[[noreturn]] void fail(sqlite3 *database, const QByteArray &path)
+{
+    const int code = sqlite3_extended_errcode(database);
+    const char *words = sqlite3_errmsg(database);
+    switch (sqlite3_errcode(database)) {
+    case SQLITE_PERM:
+    case SQLITE_READONLY:
+    case SQLITE_IOERR:
+    case SQLITE_CORRUPT:
+    case SQLITE_FULL:
+    case SQLITE_CANTOPEN:
+    case SQLITE_NOTADB:
+        throw failureOfFile(code, words, path);
+    case SQLITE_INTERRUPT: // which nobody does but Connection::mustStop
+        throw Failure(code, QStringLiteral("The database did not answer within the time-out."));
+    default:
+        throw Failure(code, QString::fromUtf8(words));
+    }
+}
+
+/// The file's path, as the system spells it.
+QByteArray pathIn(const QString &connectionString)
+{
+    static const QString Begin = QStringLiteral("Data Source=");
+    static const QString End = QStringLiteral(";Persist");
+
+    const qsizetype begin = connectionString.indexOf(Begin);
+    if (begin < 0)
+        throw Failure(SQLITE_CANTOPEN, QStringLiteral("The connection string names no file."));
+    const qsizetype end = connectionString.lastIndexOf(End);
+    QString path = connectionString.mid(begin + Begin.size());
+    if (end > begin)
+        path.chop(connectionString.size() - end);
+    if (const qsizetype separator = path.lastIndexOf(u'\\'); separator >= 0)
+        path[separator] = u'/';
+    return QFile::encodeName(path);
+}
+
+/// Reads through the database's own handle: closing another one on the same file would drop the
+/// locks that this process holds on it.
+bool isJetFile(sqlite3 *database)
+{
+    sqlite3_file *file = nullptr;
+    std::array<char, sizeof JetMark - 1> mark{};
+    sqlite3_file_control(database, "main", SQLITE_FCNTL_FILE_POINTER, &file);
+    return file->pMethods->xRead(file, mark.data(), mark.size(), JetMarkOffset) == SQLITE_OK &&
+           std::ranges::equal(mark, std::string_view(JetMark));
+}
+
+} // namespace
+
+void Connection::fail(sqlite3 *database)
+{
+    ::fail(database, sqlite3_db_filename(database, "main"));
+}
+
+void Connection::ConnectionString(const QString &connectionString)
+{
+    m_connectionString = connectionString;
+    m_database.reset();
+}
+
+sqlite3 *Connection::database()
+{
+    const QByteArray path = pathIn(m_connectionString);
+    const FileIdentity named = identify(path);
+    if (!m_database || named != m_openFile) {
+        m_database.reset();
+        if (named.type == 0)
+            throw failureOfFile(SQLITE_CANTOPEN, sqlite3_errstr(SQLITE_CANTOPEN), path);
+        if (named.type != S_IFREG)
+            throw failureOfFile(SQLITE_CANTOPEN, "not a regular file", path);
+        m_database = open(path);
+        m_openFile = named; // if the path changed since, the next command opens it again
+    }
+    m_patience.setRemainingTime(CommandTimeout);
+    return m_database.get();
+}
+
+Connection::FileIdentity Connection::identify(const QByteArray &path)
+{
+    struct stat status = {};
+    if (::stat(path.constData(), &status) != 0)
+        return {};
+    return {status.st_dev, status.st_ino, status.st_mode & S_IFMT};
+}
+
+Connection::Database Connection::open(const QByteArray &path)
+{
+    sqlite3 *opened = nullptr;
+    const int result = sqlite3_open_v2(path.constData(), &opened, SQLITE_OPEN_READWRITE, nullptr);
+    Database database(opened);
+    if (result != SQLITE_OK)
+        ::fail(opened, path);
+    if (isJetFile(opened))
+        throw Failure(SQLITE_NOTADB,
+                      QStringLiteral("The database is in the format of Microsoft Jet. It has to "
+                                     "be converted to SQLite before it can be used."));
+
+    // SQLite falls back to reading by itself where it may not write.
+    if (sqlite3_db_readonly(opened, "main") == 1)
+        throw failureOfFile(SQLITE_READONLY, sqlite3_errstr(SQLITE_READONLY), path);
+
+    m_patience.setRemainingTime(ConnectionTimeout);
+    sqlite3_busy_handler(opened, &Connection::waitForOthers, this);
+    sqlite3_progress_handler(opened, WorkBetweenLooks, &Connection::mustStop, this);
+
+    // FULL does not sync the folder behind a journal's removal: a journal that is back after a
+    // power cut takes the last commit with it.
+    if (sqlite3_exec(opened, "PRAGMA synchronous = EXTRA", nullptr, nullptr, nullptr) != SQLITE_OK)
+        ::fail(opened, path);
+    return database;
+}
+
+/// Called by SQLite each time that it finds the file locked: 1 to try again, 0 to give up.
+int Connection::waitForOthers(void *connection, int earlierWaits)
+{
+    constexpr unsigned long WaitMilliseconds = 10;
+    auto *self = static_cast<Connection *>(connection);
+    if (earlierWaits == 0 && self->onLocked)
+        self->onLocked();
+    QThread::msleep(WaitMilliseconds);
+    return self->m_patience.hasExpired() ? 0 : 1;
+}
+
+/// Called by SQLite while a statement is at work: 1 to end it.
+int Connection::mustStop(void *connection)
+{
+    return static_cast<Connection *>(connection)->m_patience.hasExpired() ? 1 : 0;
+}

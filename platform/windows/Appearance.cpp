@@ -1,0 +1,42 @@
+#include "platform/windows/Appearance.h"
+
+#include "platform/windows/Twips.h"
+
+#include <QFontMetrics>
+
+#include <algorithm>
+
+QColor storedColour(std::uint32_t colour)
+{
+    return QColor(colour & 0xFF, colour >> 8 & 0xFF, colour >> 16 & 0xFF);
+}
+
+QFont windowFont(double points, bool bold)
+{
+    constexpr int TwipsPerPoint = 20;
+    QFont font;
+    font.setFamilies({QStringLiteral("MS Sans Serif"), QStringLiteral("Microsoft Sans Serif"),
+                      QStringLiteral("Liberation Sans"), QStringLiteral("Arial"),
+                      QStringLiteral("Helvetica")});
+    font.setStyleHint(QFont::SansSerif);
+    font.setPixelSize(pixels(static_cast<int>(points * TwipsPerPoint)));
+    font.setBold(bold);
+    return font;
+}
+
+QFont fittedFont(QFont font, const QString &text, int width)
+{
+    constexpr int Narrowest = QFont::Unstretched / 2; // beyond which nobody could read it
+    font.setStretch(QFont::Unstretched);
+    const auto advance = [&] { return QFontMetrics(font).horizontalAdvance(text); };
+    // Not always at the first go, for letters may be whole pixels wide.
+    while (advance() > width && font.stretch() > Narrowest)
+        font.setStretch(std::max(Narrowest, font.stretch() * width / advance()));
+    return font;
+}
+
+void drawFocus(QPainter &painter, const QRect &button, const QColor &colour)
+{
+    painter.setPen(QPen(colour, 1, Qt::DotLine));
+    painter.drawRect(button.adjusted(FocusMargin, FocusMargin, -FocusMargin - 1, -FocusMargin - 1));
+}

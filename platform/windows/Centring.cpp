@@ -1,0 +1,62 @@
+#include "platform/windows/Centring.h"
+
+#include <QAbstractNativeEventFilter>
+#include <QCoreApplication>
+#include <QScreen>
+#include <QWindow>
+
+namespace
+{
+
+/// The window system gives a window its frame, or another one, when it likes, and the toolkit
+/// takes note of it without a word. So this looks at the margins after every event of the window
+/// system, whichever it is.
+class Centring : public QObject, public QAbstractNativeEventFilter
+{
+public:
+    explicit Centring(QWidget &window) : QObject(&window), m_window(window)
+    {
+        centre();
+        QCoreApplication::instance()->installNativeEventFilter(this);
+    }
+
+    bool nativeEventFilter(const QByteArray &, void *, qintptr *) override
+    {
+        // The toolkit has yet to take the event in.
+        QMetaObject::invokeMethod(
+            this, [this] { centreInNewFrame(); }, Qt::QueuedConnection);
+        return false;
+    }
+
+private:
+    QMargins margins() const { return m_window.windowHandle()->frameMargins(); }
+
+    /// A window that stands elsewhere was moved. It may also be that its arrival is yet to be
+    /// reported, which is an event again.
+    void centreInNewFrame()
+    {
+        if (margins() != m_margins && m_window.geometry() == m_place)
+            centre();
+    }
+
+    void centre()
+    {
+        m_margins = margins();
+        QRect frame(QPoint(), m_window.size().grownBy(m_margins));
+        frame.moveCenter(m_window.screen()->geometry().center());
+        m_place = frame.marginsRemoved(m_margins);
+        m_window.setGeometry(m_place);
+    }
+
+    QWidget &m_window;
+    QMargins m_margins;
+    QRect m_place; ///< without the frame
+};
+
+} // namespace
+
+void centreOnScreen(QWidget &window)
+{
+    window.winId(); // makes its window on the screen, still hidden
+    new Centring(window);
+}

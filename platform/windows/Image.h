@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QPixmap>
+#include <QWidget>
+
+/// An opaque bitmap that covers the whole of the control.
+class Image : public QWidget
+{
+public:
+    Image(const QPixmap &picture, QWidget *parent);
+
+    /// Brings the image in front of the others in its container.
+    void ZOrder() { raise(); }
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    QPixmap m_picture;
+};

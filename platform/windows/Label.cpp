@@ -1,0 +1,9 @@
+#include "platform/windows/Label.h"
+
+#include "platform/windows/Appearance.h"
+
+void Label::resizeEvent(QResizeEvent *event)
+{
+    QLabel::resizeEvent(event);
+    setFont(fittedFont(font(), text(), width()));
+}

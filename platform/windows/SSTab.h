@@ -1,0 +1,21 @@
+#pragma once
+
+#include "platform/windows/Twips.h"
+
+#include <QTabWidget>
+
+/// A tab strip whose tabs share its whole width in one row. What stands on a tab is placed from
+/// the corner of the strip itself.
+class SSTab : public QTabWidget
+{
+public:
+    /// `tabHeight` in pixels.
+    SSTab(const QStringList &captions, const Placement &placement, int tabHeight, QWidget *parent);
+
+    /// Brings the tab of this index to the front.
+    void Tab(int index) { setCurrentIndex(index); }
+
+    /// Places a control, a child of `page(tab)`, from the corner of the strip.
+    void placeOn(QWidget &control, const Placement &placement) const;
+    QWidget *page(int tab) const { return widget(tab); }
+};

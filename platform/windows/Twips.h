@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QWidget>
+
+inline constexpr int TwipsPerPixel = 15;
+
+/// A length in twips as logical pixels, to the nearest.
+constexpr int pixels(int twips)
+{
+    return (twips + TwipsPerPixel / 2) / TwipsPerPixel;
+}
+
+/// Place and size of a control in its container, in twips.
+struct Placement {
+    int Left;
+    int Top;
+    int Width;
+    int Height;
+};
+
+/// Moves and resizes a control, to the nearest pixel.
+inline void place(QWidget &control, const Placement &placement)
+{
+    control.setGeometry(pixels(placement.Left), pixels(placement.Top), pixels(placement.Width),
+                        pixels(placement.Height));
+}

@@ -1,0 +1,195 @@
+#include "app/settings/SerialDevice.h"
+#include "app/settings/SettingsStore.h"
+#include "tests/support/Table.h"
+#include "tests/support/TemporaryHome.h"
+#include "tests/support/failureOf.h"
+
+#include <sys/resource.h>
+#include <sys/wait.h>
+
+#include <csignal>
+#include <cstdio>
+
+static QString get(const char *section, const char *key, const char *fallback = "-")
+{
+    return GetSetting("Tavrel", section, key, fallback);
+}
+
+static void save(const char *key, const QString &text)
+{
+    SaveSetting("Tavrel", "Punch", key, text);
+}
+
+class TestSettings : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        QDir(home.path("Tavrel")).removeRecursively();
+        QDir().mkpath(home.path("Tavrel"));
+    }
+
+    void fileContent_data()
+    {
+        Table<QByteArray, QString> row("content", "clockIn");
+        row("no key", "[MSR]\nTrack=2\n", "-");
+        row("empty", "[Punch]\nClockIn=\n", "");
+        row("text", "[Punch]\nClockIn=9:05:00 PM\n", "9:05:00 PM");
+        row("list", "[Punch]\nClockIn=1, 5\n", "1, 5");
+        row("no ini",
+            QByteArray("\x7f"
+                       "ELF\0\1\2[[[\n=\n==ClockIn\n\xff\xfe",
+                       26),
+            "-");
+        row("other group", "ClockIn=1\n", "-");
+    }
+    void fileContent()
+    {
+        QFETCH(QByteArray, content);
+        home.writeSettings(content);
+        QTEST(get("Punch", "ClockIn"), "clockIn");
+        QCOMPARE(home.readSettings(), content);
+    }
+
+    void only_writing_makes_the_folder()
+    {
+        QVERIFY(QDir(home.path("Tavrel")).removeRecursively());
+        QCOMPARE(get("Punch", "ClockIn", "00:00:00"), "00:00:00");
+        QVERIFY(!QFile::exists(home.path("Tavrel")));
+        save("ClockIn", "now");
+        QCOMPARE(get("Punch", "ClockIn"), "now");
+    }
+
+    void a_link_and_permissions_stay()
+    {
+        const QString target = home.path("elsewhere.conf");
+        TemporaryHome::write(target, "[MSR]\nTrack=2\n");
+        QFile::setPermissions(target, QFile::Permissions(0x6640));
+        QVERIFY(QFile::link(target, home.settingsFile()));
+        save("ClockIn", "now");
+        QCOMPARE(QFileInfo(home.settingsFile()).symLinkTarget(), target);
+        QCOMPARE(TemporaryHome::read(target), "[MSR]\nTrack=2\n\n[Punch]\nClockIn=now\n");
+        QCOMPARE(QFileInfo(target).permissions(), QFile::Permissions(0x6640));
+    }
+
+    void what_cannot_be_kept_is_not_replaced_data()
+    {
+        Table<QByteArray, int> row("content", "permissions");
+        row("not in the format", "[Other]\nx=1\nClockIn 9:00\n", 0x6666);
+        row("not UTF-8", "[Other]\nx=Zo\xeb\n", 0x6666);
+        row("not to be read", "[Other]\nx=1\n", 0x2222);
+        row("not to be written", "[Other]\nx=1\n", 0x4444);
+    }
+    void what_cannot_be_kept_is_not_replaced()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(int, permissions);
+        home.writeSettings(content);
+        get("Punch", "ClockIn"); // a reader that has seen the file makes no difference
+        QFile::setPermissions(home.settingsFile(), QFile::Permissions(permissions));
+        for (const char *folder : {".", "Tavrel"})
+            QFile::setPermissions(home.path(folder), QFile::Permissions(0x7777));
+        asOrdinaryUser(
+            [] { QCOMPARE(failureOf([] { save("ClockIn", "new"); }), Failure::PathFileAccess); });
+        QCOMPARE(home.readSettings(), content);
+        QCOMPARE(QDir(home.path("Tavrel")).entryList(QDir::NoDotAndDotDot | QDir::AllEntries),
+                 QStringList("Tavrel.conf"));
+    }
+
+    void what_is_no_file_is_not_opened_data()
+    {
+        QTest::addColumn<QByteArray>("kind");
+        for (const char *kind : {"pipe", "device", "folder"})
+            QTest::newRow(kind) << QByteArray(kind);
+    }
+    void what_is_no_file_is_not_opened()
+    {
+        QFETCH(QByteArray, kind);
+        save("ClockIn", "old");
+        QVERIFY(QFile::remove(home.settingsFile()));
+        TemporaryHome::putInPlace(kind, home.settingsFile());
+        QCOMPARE(get("Punch", "ClockIn"), "-");
+        QCOMPARE(failureOf([] { save("ClockIn", "new"); }), Failure::PathFileAccess);
+        QCOMPARE(std::remove(qPrintable(home.settingsFile())), 0);
+        save("ClockIn", "again");
+        QCOMPARE(get("Punch", "ClockIn"), "again");
+    }
+
+    void a_killed_write_leaves_nothing_for_good()
+    {
+        const QByteArray before = "[MSR]\nText=" + QByteArray(300, 'x') + "\nTrack=2\n";
+        home.writeSettings(before);
+        TemporaryHome::write(home.settingsFile() + ".backup", "the user's own");
+        const pid_t writer = fork();
+        if (writer == 0) {
+            const rlimit noMore{static_cast<rlim_t>(before.size()), RLIM_INFINITY};
+            setrlimit(RLIMIT_FSIZE, &noMore);
+            std::signal(SIGXFSZ, SIG_DFL); // the first byte that the file grows by kills
+            save("ClockIn", "killed");
+            std::_Exit(0);
+        }
+        int status = 0;
+        QCOMPARE(waitpid(writer, &status, 0), writer);
+        QVERIFY(WIFSIGNALED(status));
+        const QDir folder(home.path("Tavrel"));
+        QCOMPARE(folder.entryList(QDir::NoDotAndDotDot | QDir::AllEntries).size(), 3);
+        save("ClockIn", "now");
+        QCOMPARE(folder.entryList(QDir::NoDotAndDotDot | QDir::AllEntries),
+                 QStringList({"Tavrel.conf", "Tavrel.conf.backup"}));
+        QCOMPARE(home.readSettings(), before + "\n[Punch]\nClockIn=now\n");
+    }
+
+    void saved_is_in_the_file_and_keeps_the_rest()
+    {
+        home.writeSettings("[MSR]\nTrack=2\n[Other]\nx=1\n");
+        save("ClockIn", "6:00:00 AM");
+        QVERIFY(home.readSettings().contains("ClockIn=6:00:00 AM"));
+        QCOMPARE(get("Punch", "ClockIn"), "6:00:00 AM");
+        QCOMPARE(get("MSR", "Track"), "2");
+        QCOMPARE(get("Other", "x"), "1");
+    }
+
+    void writes_in_quick_succession_all_count()
+    {
+        for (int i = 100; i < 200; ++i) {
+            save("ClockIn", QString::number(i));
+            save("ClockOut", QString::number(i + 300));
+            QCOMPARE(get("Punch", "ClockIn").toInt(), i);
+            QCOMPARE(get("Punch", "ClockOut").toInt(), i + 300);
+        }
+        home.writeSettings("[Punch]\nClockIn=1 from outside\n");
+        QCOMPARE(get("Punch", "ClockIn"), "1 from outside");
+    }
+
+    void a_failed_write_changes_nothing()
+    {
+        rlimit before = {};
+        getrlimit(RLIMIT_FSIZE, &before);
+        std::signal(SIGXFSZ, SIG_IGN);
+        save("ClockIn", "old");
+        const rlimit fullDisk{20, before.rlim_max}; // the copy fits, but nothing more
+        setrlimit(RLIMIT_FSIZE, &fullDisk);
+        const int failure = failureOf([] { save("ClockIn", "new"); });
+        setrlimit(RLIMIT_FSIZE, &before);
+        QCOMPARE(failure, 75);
+        QCOMPARE(get("Punch", "ClockIn"), "old");
+        save("ClockOut", "later"); // and nothing of the failed one comes along
+        QCOMPARE(get("Punch", "ClockIn"), "old");
+    }
+
+    void device_of_a_port()
+    {
+        QCOMPARE(serialDevice(31), QStringLiteral("/dev/ttyS30"));
+        const QString link = home.path(QStringLiteral("Tavrel/COM31"));
+        QVERIFY(QFile::link(QStringLiteral("/nowhere/at/all"), link));
+        QCOMPARE(serialDevice(31), link);
+    }
+
+private:
+    TemporaryHome home;
+};
+
+QTEST_GUILESS_MAIN(TestSettings)
+#include "tst_settings.moc"

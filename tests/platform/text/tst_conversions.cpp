@@ -1,0 +1,118 @@
+#include "platform/text/Conversions.h"
+#include "platform/text/RegionalFormat.h"
+#include "tests/support/Table.h"
+#include "tests/support/failureOf.h"
+
+class TestConversions : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    /// Texts as numbers: in the lenient way of settings, which knows no locale, and strictly.
+    void texts_data()
+    {
+        Table<QString, QString, int, int> row("locale", "text", "value", "failure");
+        for (const char *nothing : {"", "abc", "-", ".", "inf", "0.5", "-0.5", "1e-999"})
+            row("lenient", nothing, 0, 0);
+        row("lenient", "12 monkeys", 12, 0);
+        row("lenient", " 1 2 3 ", 123, 0);
+        row("lenient", "- 7", -7, 0);
+        row("lenient", "+.5e1x", 5, 0);
+        row("lenient", "1e", 1, 0);
+        row("lenient", "1,9", 1, 0);
+        row("lenient", "1.5", 2, 0);
+        row("lenient", "2.5", 2, 0);
+        row("lenient", "32767.4", 32767, 0);
+        row("lenient", "-32768.5", -32768, 0);
+        row("lenient", "2026-11-22", 2026, 0);
+        for (const char *tooLarge : {"32767.5", "99999", "1e9", "1e999"})
+            row("lenient", tooLarge, 0, 6);
+        for (const char *bad : {"", "1x", "inf", "nan"})
+            row("en_US", bad, 0, 13);
+        row("en_US", " 1 ", 1, 0);
+        row("en_US", "1.5", 2, 0);
+        row("en_US", "1,234", 1234, 0);
+        for (const char *tooLarge : {"99999", "1e999"})
+            row("en_US", tooLarge, 0, 6);
+        row("de_DE", "1,5", 2, 0);
+        row("de_DE", "1.234", 1234, 0);
+        row("de_DE", "1.5", 0, 13);
+        row("ar_EG", "1", 1, 0);
+        row("fa_IR", "-2", -2, 0);
+    }
+    void texts()
+    {
+        QFETCH(QString, locale);
+        QFETCH(QString, text);
+        int value = 0;
+        QTEST(failureOf([&] {
+                  value = locale == "lenient" ? lenientNumber(text)
+                                              : strictNumber(text, QLocale(locale));
+              }),
+              "failure");
+        QTEST(value, "value");
+    }
+
+    void times_data()
+    {
+        Table<QString, QString, double, int> row("locale", "text", "value", "failure");
+        const double afternoon = (17 * 3600 + 30 * 60) / 86400.0;
+        for (const char *locale : {"en_US", "de_DE", "ja_JP"}) {
+            row(locale, "00:00:00", 0.0, 0);
+            row(locale, "12:00:00", 0.5, 0);
+            row(locale, "17:30", afternoon, 0);
+            row(locale, "5:30:00 PM", afternoon, 0);
+            row(locale, "2026-11-22 12:00:00", 46348.5, 0);
+            row(locale, "2026-11-22", 46348.0, 0);
+            for (const char *bad : {"", "noon", "25:00:00", "12:60:00", "12", "-1", "1e9"})
+                row(locale, bad, 0.0, 13);
+        }
+        row("ko_KR", "\uC624\uD6C4 5:30", afternoon, 0); // the mark for PM comes first
+        row("en_US", "12:00:00 am", 0.0, 0);
+        row("en_US", "12:00:00 PM and more", 0.0, 13);
+        row("en_US", "13:00:00 PM", 0.0, 13);
+        row("de_DE", "22.11.26 12:00:00", 9823.5, 0); // two digits of a year are those of 1926
+        row("en_US", "November 22, 2026 5:30 PM", 0.0, 13);
+        row("en_US", "Sunday, November 22, 2026 5:30 PM", 46348.0 + afternoon, 0);
+    }
+    void times()
+    {
+        QFETCH(QString, locale);
+        QFETCH(QString, text);
+        QTEST(failureOf([&] { QTEST(timeText(text, QLocale(locale)), "value"); }), "failure");
+    }
+
+    /// What the dialog writes in any format is read back as the same time, in it and, as a plain
+    /// time, in every other.
+    void timesInEveryLocale()
+    {
+        const auto all =
+            QLocale::matchingLocales(QLocale::AnyLanguage, QLocale::AnyScript, QLocale::AnyCountry);
+        QVERIFY(all.size() > 400);
+        for (const QLocale &locale : all) {
+            for (const QTime &time :
+                 {QTime(0, 0, 0), QTime(6, 0, 9), QTime(12, 0), QTime(23, 59, 58)}) {
+                const QString text = formatTimeOfDay(time, locale);
+                QVERIFY2(parseDateAndTime(text, locale).time == time, qPrintable(locale.name()));
+                QVERIFY(!parseDateAndTime(text, locale).date.isValid());
+                QCOMPARE(timeText(time.toString(u"HH:mm:ss"), locale), timeOfDay(time));
+            }
+            for (int digit = 0; digit <= 3; ++digit)
+                QCOMPARE(int(strictNumber(QString::number(digit), locale)), digit);
+        }
+    }
+
+    void display()
+    {
+        const QDateTime moment(QDate(2026, 3, 9), QTime(9, 5, 7));
+        const QLocale american(QStringLiteral("en_US"));
+        const QLocale german(QStringLiteral("de_DE"));
+        QCOMPARE(formatHHNNSS(moment), QStringLiteral("090507"));
+        QCOMPARE(formatLongDate(moment, american), QStringLiteral("Monday, March 9, 2026"));
+        QCOMPARE(formatDateTime(moment, american), QStringLiteral("3/9/26 9:05:07 AM"));
+        QCOMPARE(formatDateTime(moment, german), QStringLiteral("09.03.26 09:05:07"));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestConversions)
+#include "tst_conversions.moc"

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "platform/host/Host.h"
+
+#include <QStringList>
+
+#include <functional>
+
+/// A host that shows and ends nothing but records it, and whose time of day a test sets.
+template <typename Base> class RecordingHost : public Base
+{
+public:
+    using Base::MsgBox;
+    void MsgBox(const QString &text, const QString &title, MsgBoxIcon icon) override
+    {
+        boxes += title + (icon == MsgBoxIcon::Critical ? "! " : ": ") + text;
+        if (onBox)
+            onBox();
+    }
+    QDateTime Now() override { return now; }
+    void End() override { ++ended; }
+
+    QStringList boxes;                      ///< "title: text", with "!" for the critical icon
+    std::function<void()> onBox;            ///< what happens while a box is open
+    std::function<void(int pass)> onEvents; ///< what happens while events are delivered
+    int passes = 0;                         ///< how often they were
+    QDateTime now{QDate(2026, 3, 9), QTime(9, 5, 7)};
+    int ended = 0;
+
+protected:
+    void countPass()
+    {
+        ++passes;
+        if (onEvents)
+            onEvents(passes);
+    }
+};

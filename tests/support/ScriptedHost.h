@@ -1,0 +1,22 @@
+#pragma once
+
+#include "tests/support/RecordingHost.h"
+
+/// A machine where time passes only while a caller waits for events: by ticksPerPass milliseconds,
+/// or less where the caller may not be kept so long.
+class ScriptedHost : public RecordingHost<Host>
+{
+public:
+    std::int32_t GetTickCount() override { return static_cast<std::int32_t>(ticks); }
+    void DoEvents(std::int32_t longestWait) override
+    {
+        constexpr int MostPasses = 100000;
+        if (passes == MostPasses)
+            qFatal("a wait without end");
+        ticks += std::min(ticksPerPass, static_cast<std::uint32_t>(longestWait));
+        countPass();
+    }
+
+    std::uint32_t ticks = 0;
+    std::uint32_t ticksPerPass = 10;
+};

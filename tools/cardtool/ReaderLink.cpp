@@ -1,0 +1,56 @@
+#include "tools/cardtool/ReaderLink.h"
+
+#include <cerrno>
+
+ReaderLink::ReaderLink(const QString &path, const QString &name)
+    : m_line([path](std::int16_t) { return path; }), m_name(name)
+{
+}
+
+void ReaderLink::PortOpen(bool open)
+{
+    try {
+        m_line.PortOpen(open);
+    } catch (const Failure &failure) {
+        if (failure.number == EWOULDBLOCK || failure.number == EBUSY)
+            fail(failure.number,
+                 QStringLiteral("Another program has %1; close it first.").arg(m_name));
+        fail(failure.number, QStringLiteral("%1: %2.").arg(m_name, failure.description));
+    }
+}
+
+std::int16_t ReaderLink::InBufferCount()
+{
+    const std::int16_t count = m_line.InBufferCount();
+    if (count == 0)
+        send({}); // sends nothing, and fails when the device has gone away
+    return count;
+}
+
+QByteArray ReaderLink::Input()
+{
+    QByteArray bytes = m_line.Input();
+    m_answer += bytes;
+    return bytes;
+}
+
+void ReaderLink::Output(const QByteArray &bytes)
+{
+    m_answer.clear();
+    send(bytes);
+}
+
+void ReaderLink::send(const QByteArray &bytes)
+{
+    try {
+        m_line.Output(bytes);
+    } catch (const Failure &failure) {
+        fail(failure.number, QStringLiteral("The reader at %1 has gone away.").arg(m_name));
+    }
+}
+
+void ReaderLink::fail(std::int32_t number, const QString &words)
+{
+    m_failure = words;
+    throw Failure(number, words);
+}

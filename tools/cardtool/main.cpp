@@ -1,0 +1,389 @@
+#include "app/settings/SerialDevice.h"
+#include "platform/basics/Failure.h"
+#include "platform/host/EventLoopHost.h"
+#include "platform/serial/TermiosComm.h"
+#include "reader/CMRW.h"
+#include "tools/cardtool/ReaderLink.h"
+#include "tools/console/Console.h"
+#include "tools/console/EndRequests.h"
+
+#include <QCoreApplication>
+#include <QRegularExpression>
+#include <QSocketNotifier>
+#include <QTimer>
+
+#include <algorithm>
+#include <array>
+#include <iostream>
+
+namespace
+{
+
+using namespace Console;
+
+constexpr char Description[] =
+    "Reads and writes cards, and looks after the card reader.\n\n"
+    "Commands:\n"
+    "  read                wait for a swipe and show its tracks\n"
+    "  write T1 [T2 [T3]]  write the tracks on the next card; an empty text, '', leaves a track\n"
+    "                      out. Track 1 takes blanks, capital letters, digits and signs (codes\n"
+    "                      32 to 95), tracks 2 and 3 digits and :;<=> (48 to 62)\n"
+    "  info                show what the reader answers about itself, as hex and as text\n"
+    "  set-line SETTINGS   set the reader's rate (1200, 2400, 4800, 9600) and parity (o, e, m,\n"
+    "                      s, n), as in 9600,e, and its block check. Data and stop bits may\n"
+    "                      follow, as in 9600,e,8,1, but are not sent\n\n"
+    "Ctrl-C ends the waiting for a card. A text that begins with - goes behind a --. What does\n"
+    "not print is shown as in \\x1B, and a backslash as \\\\.\n"
+    "The status is 0 on success, 1 on failure, 2 when the command line is not understood.";
+
+constexpr char CheckLine[] = "check that --settings has the rate and parity of the reader.";
+constexpr char CheckAll[] = "check that --settings has the rate and parity of the reader, and that "
+                            "--block-check is given exactly when it expects a block check.";
+
+/// The real machine without windows: the text of a message box is kept for the end of the run.
+class ConsoleHost : public EventLoopHost
+{
+public:
+    using Host::MsgBox;
+    void MsgBox(const QString &text, const QString &, MsgBoxIcon) override { failure = text; }
+
+    QString failure;
+};
+
+struct Options {
+    QCommandLineOption port{QStringLiteral("port"),
+                            QStringLiteral("The reader's port: COM1, COM2, ... or the path of a "
+                                           "device. COM1 unless given."),
+                            QStringLiteral("port"), QStringLiteral("COM1")};
+    QCommandLineOption settings{QStringLiteral("settings"),
+                                QStringLiteral("Rate, parity, data bits and stop bits of the "
+                                               "line. 9600,N,8,1 unless given."),
+                                QStringLiteral("settings"), QStringLiteral("9600,N,8,1")};
+    QCommandLineOption blockCheck{QStringLiteral("block-check"),
+                                  QStringLiteral("Write with a block check byte.")};
+    QCommandLineOption deviceType{QStringLiteral("device-type"),
+                                  QStringLiteral("0 to end written tracks with ?, 1 with <. 0 "
+                                                 "unless given."),
+                                  QStringLiteral("type"), QStringLiteral("0")};
+    QCommandLineOption bcc{QStringLiteral("bcc"),
+                           QStringLiteral("set-line: on or off, whether the reader is to expect a "
+                                          "block check byte. off unless given."),
+                           QStringLiteral("on|off"), QStringLiteral("off")};
+    QCommandLineOption oldParity{QStringLiteral("old-parity"),
+                                 QStringLiteral("set-line: the parity letter of the reader's line "
+                                                "until now. That of --settings unless given."),
+                                 QStringLiteral("letter")};
+};
+
+/// One parity of the reader's line: its letter, its name, and the data and stop bits with which
+/// the clock can use it, null for none.
+struct Parity {
+    char letter;
+    const char *name;
+    const char *clockBits;
+};
+
+/// The same is sent for s and n.
+constexpr std::array Parities{
+    Parity{'o', "odd parity", "7,1"},         Parity{'e', "even parity", nullptr},
+    Parity{'m', "mark parity", nullptr},      Parity{'s', "no or space parity", "7,1"},
+    Parity{'n', "no or space parity", "8,1"},
+};
+
+/// A line as set-line takes it, in lower case: rate, parity letter and, if given, the other bits.
+struct ReaderLine {
+    explicit ReaderLine(const QString &text)
+        : rate(text.section(u',', 0, 0)), bits(text.section(u',', 2)),
+          parity(*std::ranges::find(Parities, text.section(u',', 1, 1), [](const Parity &known) {
+              return QString(QLatin1Char(known.letter));
+          }))
+    {
+    }
+
+    /// Whether the clock's options offer this line; bits that are not given are left to the reader.
+    bool suitsClock() const
+    {
+        return rate != u"1200" && parity.clockBits &&
+               (bits.isEmpty() || bits == QLatin1String(parity.clockBits));
+    }
+
+    QString rate;
+    QString bits;
+    Parity parity;
+};
+
+/// The tracks that differ from `absent`, as in "track 1 ANN, track 2 (empty)".
+QString describe(const Frames::Tracks &tracks, const QString &absent)
+{
+    QStringList described;
+    for (std::size_t i = 0; i < tracks.size(); ++i) {
+        if (tracks[i] != absent)
+            described += QStringLiteral("track %1 ").arg(i + 1) +
+                         (tracks[i].isEmpty() ? QStringLiteral("(empty)") : visible(tracks[i]));
+    }
+    return described.isEmpty() ? QStringLiteral("no track") : described.join(u", ");
+}
+
+QString hex(const QByteArray &bytes)
+{
+    return QString::fromLatin1(bytes.toHex(' ').toUpper());
+}
+
+/// The driver's own text of a result.
+QString textOf(const CMRW &driver, std::int32_t result)
+{
+    QString text;
+    driver.ErrorDescription(result, text);
+    return text;
+}
+
+/// One run of the tool on an open port.
+class Run
+{
+public:
+    Run(ConsoleHost &host, ReaderLink &link, CMRW &driver)
+        : m_host(host), m_link(link), m_driver(driver)
+    {
+    }
+
+    Status read()
+    {
+        constexpr std::int16_t NoTimeout = 0;
+        const QString absent(u'\uFFFF'); // no byte stands for it
+        promptOnWaiting("Swipe a card, or press Ctrl-C.");
+        Frames::Tracks tracks{absent, absent, absent};
+        const auto result = m_driver.ReadTracks(NoTimeout, tracks[0], tracks[1], tracks[2]);
+        return end(result, QStringLiteral("Read ") + describe(tracks, absent));
+    }
+
+    Status write(const Frames::Tracks &tracks)
+    {
+        promptOnWaiting("Swipe the card to write, or press Ctrl-C.");
+        const auto result = m_driver.WriteTracks(0, tracks[0], tracks[1], tracks[2]);
+        if (result == CMRW::Cancelled)
+            return complain(QStringLiteral("Cancelled. The reader may still be waiting with the "
+                                           "card's text, to write it on the next card. If a swipe "
+                                           "had no effect, ") +
+                            CheckAll);
+        return end(result, QStringLiteral("Wrote ") + describe(tracks, {}));
+    }
+
+    Status info()
+    {
+        QByteArray answer;
+        const auto result = m_driver.DownloadCommand(answer);
+        return end(result,
+                   hex(answer) + QStringLiteral("  ") + visible(QString::fromLatin1(answer)));
+    }
+
+    Status setLine(const QString &settings, bool blockCheck, const QString &oldParity)
+    {
+        const auto result =
+            m_driver.SetBaudRate_BCC(settings, blockCheck ? True : False, oldParity);
+        const ReaderLine line(settings);
+        const Status status =
+            end(result, QStringLiteral("The reader has taken %1 baud, %2, block check %3. From now "
+                                       "on use --settings %1,%4,D,S%5; D and S are the reader's "
+                                       "own data and stop bits, which were not sent.")
+                            .arg(line.rate, QLatin1String(line.parity.name),
+                                 blockCheck ? QLatin1String("on") : QLatin1String("off"),
+                                 QString(QLatin1Char(line.parity.letter)).toUpper(),
+                                 blockCheck ? QLatin1String(" --block-check") : QLatin1String()));
+        if (status == Succeeded && !line.suitsClock())
+            complain(QStringLiteral("Warning: the clock cannot use this line. It takes 9600, 4800 "
+                                    "or 2400 with N,8,1, O,7,1 or S,7,1."));
+        return status;
+    }
+
+private:
+    /// Says `prompt` once the driver waits, which it does not when it refuses at once.
+    void promptOnWaiting(const char *prompt)
+    {
+        QTimer::singleShot(0, &m_waiting, [prompt] { std::cerr << prompt << std::endl; });
+    }
+
+    /// Says what was done, or why it was not.
+    Status end(std::int32_t result, const QString &done)
+    {
+        const QString why = whyNot(result);
+        if (!why.isEmpty())
+            return complain(why);
+        say(done);
+        return Succeeded;
+    }
+
+    /// Why an operation has failed, and what to check; empty when it has not.
+    QString whyNot(std::int32_t result)
+    {
+        const QByteArray &answer = m_link.answer();
+        if (!m_link.failure().isEmpty())
+            return m_link.failure();
+        if (!m_host.failure.isEmpty()) {
+            // With an answer at hand, the driver has looked for more of it or had no room for it.
+            if (answer.isEmpty())
+                return m_host.failure;
+            if (answer.size() == 1)
+                return QStringLiteral("The reader answered too little: %1; ").arg(hex(answer)) +
+                       CheckLine;
+            return QStringLiteral("The reader sent too much: %1 bytes; ").arg(answer.size()) +
+                   CheckLine;
+        }
+        switch (result) {
+        case CMRW::Success:
+            return {};
+        case CMRW::Cancelled:
+            return QStringLiteral("Cancelled.");
+        case CMRW::TimeOut:
+            return (m_link.hasUnread()
+                        ? QStringLiteral("The reader at %1 answered too late; ")
+                        : QStringLiteral("No answer from the reader at %1, which may be off; "))
+                       .arg(m_link.name()) +
+                   CheckLine;
+        case CMRW::NotConnected:
+            if (answer.startsWith(Frames::Stx))
+                return QStringLiteral("The reader refused (NAK); ") + CheckAll;
+            return QStringLiteral("The reader's answer is not understood: %1; ").arg(hex(answer)) +
+                   CheckLine;
+        case CMRW::InvalidCard:
+            return textOf(m_driver, result) + QStringLiteral(" The reader refused (NAK); ") +
+                   CheckAll;
+        default:
+            return textOf(m_driver, result);
+        }
+    }
+
+    ConsoleHost &m_host;
+    ReaderLink &m_link;
+    CMRW &m_driver;
+    QObject m_waiting; ///< goes with the run, and a prompt that was not needed goes with it
+};
+
+const QRegularExpression &comPort()
+{
+    static const QRegularExpression name(QStringLiteral("^COM([1-9][0-9]{0,3})$"),
+                                         QRegularExpression::CaseInsensitiveOption);
+    return name;
+}
+
+/// The parity letter of the reader's line until now.
+QString oldParity(const QCommandLineParser &parser, const Options &options)
+{
+    return parser.isSet(options.oldParity)
+               ? parser.value(options.oldParity).toLower()
+               : parser.value(options.settings).section(u',', 1, 1).toLower();
+}
+
+/// A command, and the texts that go with it: their number, and in words.
+struct Command {
+    const char *name;
+    int fewest;
+    int most;
+    const char *texts;
+};
+
+constexpr std::array Commands{
+    Command{"read", 0, 0, "no text"},
+    Command{"write", 1, 3, "one to three texts"},
+    Command{"info", 0, 0, "no text"},
+    Command{"set-line", 1, 1, "one text"},
+};
+
+/// What is wrong with the command line, in words; empty when nothing is.
+QString mistakeIn(const QCommandLineParser &parser, const Options &options)
+{
+    static const QRegularExpression readerLine(
+        QStringLiteral("^(1200|2400|4800|9600),[oemsn](,[78],[12])?$"),
+        QRegularExpression::CaseInsensitiveOption);
+    static const QRegularExpression parityLetter(QStringLiteral("^[oemsn]$"));
+
+    const QStringList arguments = parser.positionalArguments();
+    const QString name = arguments.value(0).toLower();
+    const auto command = std::ranges::find_if(
+        Commands, [&](const Command &known) { return name == QLatin1String(known.name); });
+    if (command == Commands.end())
+        return QStringLiteral("The command is one of read, write, info and set-line.");
+    const qsizetype texts = arguments.size() - 1;
+    if (texts < command->fewest || texts > command->most)
+        return QStringLiteral("%1 takes %2.").arg(name, QLatin1String(command->texts));
+
+    const QString port = parser.value(options.port);
+    const QString settings = parser.value(options.settings);
+    if (!comPort().match(port).hasMatch() && !port.contains(u'/'))
+        return QStringLiteral("%1 is no port: take COM1, COM2, ... or a path.").arg(port);
+    try {
+        parseLineSettings(settings);
+    } catch (const Failure &) {
+        return QStringLiteral("%1 is no line that a port can have, as 9600,N,8,1 is.")
+            .arg(settings);
+    }
+    if (!QStringList{"0", "1"}.contains(parser.value(options.deviceType)))
+        return QStringLiteral("--device-type is 0 or 1.");
+    if (name != u"set-line")
+        return {};
+    if (!readerLine.match(arguments[1]).hasMatch())
+        return QStringLiteral("%1 is no line that a reader can have, as 9600,e is.")
+            .arg(arguments[1]);
+    if (!QStringList{"on", "off"}.contains(parser.value(options.bcc), Qt::CaseInsensitive))
+        return QStringLiteral("--bcc is on or off.");
+    if (!parityLetter.match(oldParity(parser, options)).hasMatch())
+        return QStringLiteral("--old-parity is o, e, m, s or n.");
+    return {};
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication application(argc, argv);
+    QCommandLineParser parser;
+    const Options options;
+    parser.setApplicationDescription(QString::fromLatin1(Description));
+    parser.addOptions({options.port, options.settings, options.blockCheck, options.deviceType,
+                       options.bcc, options.oldParity});
+    parser.addPositionalArgument(QStringLiteral("command"),
+                                 QStringLiteral("read, write, info or set-line"));
+    QString mistake = parse(parser);
+    if (mistake.isEmpty())
+        mistake = mistakeIn(parser, options);
+    if (!mistake.isEmpty())
+        return refuse(mistake);
+
+    QStringList arguments = parser.positionalArguments();
+    const QString command = arguments.takeFirst().toLower();
+    const QString port = parser.value(options.port);
+    const auto number = comPort().match(port).captured(1);
+    const QString device = number.isEmpty() ? port : serialDevice(number.toShort());
+
+    ConsoleHost host;
+    ReaderLink link(device,
+                    number.isEmpty() ? device : QStringLiteral("COM%1 (%2)").arg(number, device));
+    CMRW driver(host, link);
+    driver.CommPort(number.isEmpty() ? 1 : number.toInt());
+    driver.Settings(parser.value(options.settings));
+    driver.DeviceType(parser.value(options.deviceType).toInt());
+    driver.BCC(parser.isSet(options.blockCheck) ? True : False);
+
+    const EndRequests endRequests;
+    QSocketNotifier endRequested(endRequests.descriptor(), QSocketNotifier::Read);
+    QObject::connect(&endRequested, &QSocketNotifier::activated, [&] {
+        endRequested.setEnabled(false);
+        driver.Cancel();
+    });
+
+    if (const auto result = driver.Connect(); result != CMRW::Success)
+        return complain(textOf(driver, result) + u' ' + link.failure());
+    Run run(host, link, driver);
+    Status status = Failed;
+    if (command == u"read")
+        status = run.read();
+    else if (command == u"write")
+        status = run.write({arguments.value(0), arguments.value(1), arguments.value(2)});
+    else if (command == u"info")
+        status = run.info();
+    else
+        status = run.setLine(arguments[0].toLower(),
+                             parser.value(options.bcc).compare(u"on", Qt::CaseInsensitive) == 0,
+                             oldParity(parser, options));
+    driver.Disconnect();
+    return status;
+}

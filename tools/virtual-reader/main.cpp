@@ -1,0 +1,174 @@
+#include "platform/basics/Failure.h"
+#include "tools/console/Console.h"
+#include "tools/console/EndRequests.h"
+#include "tools/virtual-reader/ReaderProtocol.h"
+#include "tools/virtual-reader/VirtualReader.h"
+
+#include <QCoreApplication>
+#include <QSocketNotifier>
+#include <QTimer>
+
+#include <array>
+#include <chrono>
+#include <optional>
+
+namespace
+{
+
+using namespace Console;
+
+constexpr char Description[] =
+    "A card reader without hardware, at the far end of a pseudo-terminal.\n\n"
+    "Each line of the standard input is a swipe: a badge number goes on track 2; a line that\n"
+    "begins with %, ; or + spells its tracks, as in %ANN;1001+7; an empty line swipes the card\n"
+    "that was written last. Bytes for which a line that nobody reads has no room are dropped.\n"
+    "The end of the input, Ctrl-C or a signal pulls the reader out.\n\n"
+    "A line that begins with ! sets how the reader answers from now on:\n"
+    "  !answer MANNER          as the option --answer\n"
+    "  !block-check on|off     as the option --block-check\n\n"
+    "The status is 0 on success, 1 on failure, 2 when the command line is not understood.";
+
+struct MannerName {
+    const char *name;
+    ReaderProtocol::Manner manner;
+};
+
+constexpr std::array Manners{
+    MannerName{"accept", ReaderProtocol::Manner::Accept},
+    MannerName{"nak", ReaderProtocol::Manner::Nak},
+    MannerName{"29", ReaderProtocol::Manner::NoCard},
+    MannerName{"one-byte", ReaderProtocol::Manner::OneByte},
+    MannerName{"late", ReaderProtocol::Manner::Late},
+    MannerName{"never", ReaderProtocol::Manner::Never},
+};
+
+/// Between the eleventh and the sixteenth look that a command's sender takes for its answer.
+constexpr std::chrono::milliseconds LateAnswer{1450};
+
+std::optional<ReaderProtocol::Manner> mannerOf(const QString &name)
+{
+    for (const MannerName &known : Manners) {
+        if (name == QLatin1String(known.name))
+            return known.manner;
+    }
+    return {};
+}
+
+class Session
+{
+public:
+    Session(ReaderProtocol protocol, const QString &link) : m_protocol(std::move(protocol))
+    {
+        m_reader.linkAt(link);
+        say(QStringLiteral("ready: ") + m_reader.device());
+        QObject::connect(&m_asked, &QSocketNotifier::activated, [this] { answer(); });
+        QObject::connect(&m_typed, &QSocketNotifier::activated, [this] { readInput(); });
+        QObject::connect(&m_ending, &QSocketNotifier::activated, [] { QCoreApplication::quit(); });
+    }
+
+private:
+    void answer()
+    {
+        for (const ReaderProtocol::Reply &reply : m_protocol.receive(m_reader.receive())) {
+            say(reply.request.toHex(' ').toUpper() + QStringLiteral(": ") + visible(reply.event));
+            if (reply.late)
+                QTimer::singleShot(LateAnswer, &m_asked, [this, reply] { send(reply.answer); });
+            else
+                send(reply.answer);
+        }
+    }
+
+    void send(const QByteArray &bytes)
+    {
+        if (const qsizetype dropped = bytes.size() - m_reader.send(bytes); dropped > 0)
+            complain(QStringLiteral("nobody reads the line: %1 of %2 bytes are dropped")
+                         .arg(dropped)
+                         .arg(bytes.size()));
+    }
+
+    void readInput()
+    {
+        std::array<char, 4096> bytes;
+        const ssize_t count = ::read(STDIN_FILENO, bytes.data(), bytes.size());
+        if (count <= 0) {
+            QCoreApplication::quit();
+            return;
+        }
+        m_input.append(bytes.data(), count);
+        for (qsizetype end = m_input.indexOf('\n'); end >= 0; end = m_input.indexOf('\n')) {
+            try {
+                obey(QString::fromUtf8(m_input.left(end)).trimmed());
+            } catch (const Failure &failure) {
+                complain(failure.description);
+            }
+            m_input.remove(0, end + 1);
+        }
+    }
+
+    void obey(const QString &line)
+    {
+        if (!line.startsWith(u'!')) {
+            send(line.isEmpty() ? m_protocol.card() : swipeFrame(line));
+            return;
+        }
+        const QString command = line.toLower().simplified();
+        const QString argument = command.section(u' ', 1);
+        const auto manner = mannerOf(argument);
+        if (command.startsWith(u"!answer ") && manner)
+            m_protocol.manner = *manner;
+        else if (command == u"!block-check on" || command == u"!block-check off")
+            m_protocol.blockCheck = argument == u"on";
+        else
+            complain(QStringLiteral("not understood: ") + visible(line));
+    }
+
+    ReaderProtocol m_protocol;
+    EndRequests m_endRequests; ///< outlives the reader, so that nothing cuts off its tidying up
+    VirtualReader m_reader;
+    QSocketNotifier m_asked{m_reader.descriptor(), QSocketNotifier::Read};
+    QSocketNotifier m_typed{STDIN_FILENO, QSocketNotifier::Read};
+    QSocketNotifier m_ending{m_endRequests.descriptor(), QSocketNotifier::Read};
+    QByteArray m_input;
+};
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication application(argc, argv);
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QString::fromLatin1(Description));
+    const QCommandLineOption link(
+        QStringLiteral("link"),
+        QStringLiteral("Link to the reader's device, for example the COM1 in a clock's settings "
+                       "folder."),
+        QStringLiteral("path"));
+    const QCommandLineOption blockCheck(
+        QStringLiteral("block-check"),
+        QStringLiteral("Expect a block check byte in what is written."));
+    const QCommandLineOption answer(
+        QStringLiteral("answer"),
+        QStringLiteral("Answer by accept, nak, 29, one-byte, late or never."),
+        QStringLiteral("manner"), QStringLiteral("accept"));
+    parser.addOptions({link, blockCheck, answer});
+
+    if (const QString mistake = parse(parser); !mistake.isEmpty())
+        return refuse(mistake);
+    if (!parser.positionalArguments().isEmpty())
+        return refuse(QStringLiteral("There are no arguments but the options."));
+    const auto manner = mannerOf(parser.value(answer).toLower());
+    if (!manner)
+        return refuse(QStringLiteral("%1 is no manner of answering.").arg(parser.value(answer)));
+    if (parser.value(link).isEmpty())
+        return refuse(QStringLiteral("--link is missing, with the path of the link to make."));
+
+    ReaderProtocol protocol;
+    protocol.blockCheck = parser.isSet(blockCheck);
+    protocol.manner = *manner;
+    try {
+        const Session session(std::move(protocol), parser.value(link));
+        return QCoreApplication::exec();
+    } catch (const Failure &failure) {
+        return complain(failure.description);
+    }
+}
