@@ -19,7 +19,7 @@ public:
     /// it is stored. No card, a closed port and a failed read do nothing. A failure shows a
     /// message box with its description.
     ///
-    /// It cannot tell a read that did not run, because another one is running, from a swipe: it
+    /// A read that did not run, because another one is running, looks like a swipe to it: it
     /// must not be called from inside itself.
     void PollCard();
 

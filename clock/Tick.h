@@ -6,7 +6,7 @@
 
 #include <QTimer>
 
-/// The program's heartbeat: every 100 ms at the most often it lets the time of day choose the
+/// The program's heartbeat: at most every 100 ms it lets the time of day choose the
 /// punch type, if it may, brings the clock face up to date and then polls the reader.
 ///
 /// A poll delivers events while it waits, so ticks fall due inside it. They do everything but the

@@ -3,7 +3,7 @@
 #include "platform/windows/Form.h"
 #include "platform/windows/TextBox.h"
 
-/// Tells the person at the clock what was just punched. Display and nothing else: the swipe
+/// Shows the person at the clock what was just punched. Display and nothing else: the swipe
 /// handling fills it, shows it and stores the punch, whether or not it is closed afterwards.
 class frmPunchInformation : public Form
 {

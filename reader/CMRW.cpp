@@ -211,8 +211,9 @@ void CMRW::ErrorDescription(std::int32_t i_lResult, QString &o_sMessage) const
 void CMRW::Delay(std::int32_t i_lMilliseconds)
 {
     operate([&] {
-        for (Span span(m_host); const std::int32_t left = span.left(i_lMilliseconds);)
-            m_host.DoEvents(left);
+        Span span(m_host);
+        while (span.left(i_lMilliseconds) > 0)
+            m_host.DoEvents(span.left(i_lMilliseconds));
         return Success;
     });
 }

@@ -60,7 +60,7 @@ public:
     void Settings(const QString &i_sSettings) { m_sSettings = i_sSettings; }
 
     /// Hands the reader up to three track texts to write on the next card, and waits until it
-    /// answers or Cancel is called; `i_iTimeout` bounds nothing. An empty text leaves its track
+    /// answers or Cancel is called; `i_iTimeout` has no effect. An empty text leaves its track
     /// out. Allowed are the character codes 32 to 95 on track 1 and 48 to 62 on the others.
     ///
     /// Success: the reader has not refused; also when a write is running already. The tracks are
@@ -92,7 +92,7 @@ public:
     std::int32_t DeviceType() const { return m_lDeviceType; }
     void DeviceType(std::int32_t i_DeviceType);
 
-    /// Asks what the reader tells of itself, and hands over its whole answer.
+    /// Asks the reader to describe itself, and hands over its whole answer.
     ///
     /// Success: the reader has answered with STX and not NAK behind it. NotConnected: it answered
     /// anything else, which `o_bSpec` holds too. TimeOut: no answer in about 1.6 s; one that comes

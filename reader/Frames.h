@@ -41,7 +41,7 @@ QByteArray buildTracks(const Tracks &tracks, const StartSentinels &startSentinel
 /// text is longer than 32767 characters.
 bool isAllowedOnTrack(std::size_t track, const QString &text);
 
-/// The command that asks the reader what it tells of itself: STX ESC "D" ETX.
+/// The command that asks the reader to describe itself: STX ESC "D" ETX.
 QByteArray buildDownloadCommand();
 
 /// The command that sets the reader's line, STX ESC "S" `parameters` ETX.

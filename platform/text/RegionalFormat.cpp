@@ -13,7 +13,7 @@ constexpr qint64 DayZero = 2415019; // 30 December 1899, as a Julian day
 const QString PlainTime = QStringLiteral("HH:mm:ss");
 
 /// The pattern of the user's long time, in the toolkit's letters, without the zone; HH:mm:ss for
-/// a format that these letters cannot tell.
+/// a format with other letters.
 QString longTimePattern(const QLocale &locale)
 {
     static const QString KnownLetters = QStringLiteral("hHmsaApP");
@@ -54,7 +54,7 @@ class TimeReader
 public:
     TimeReader(const QString &text, const QLocale &locale) : m_text(text), m_locale(locale) {}
 
-    /// The time that the whole text tells; invalid when it does not follow `pattern`.
+    /// The time that the whole text stands for; invalid when it does not follow `pattern`.
     QTime read(const QString &pattern)
     {
         m_position = m_hour = m_minute = m_second = 0;

@@ -60,7 +60,7 @@ struct Bench {
         return texts;
     }
 
-    /// The clock's six digits, as the images in front tell them.
+    /// The clock's six digits, as the images in front show them.
     QString digits() const
     {
         QString text;

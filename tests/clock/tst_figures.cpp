@@ -9,7 +9,7 @@ namespace
 
 constexpr int Half = 8, Full = 16;
 
-/// How many sixteenths of a pixel are lit, told by its colour; -1 for a colour that is no shade.
+/// How many sixteenths of a pixel are lit, by its colour; -1 for a colour that is no shade.
 int sixteenths(QRgb colour)
 {
     static const QRgb Shades[] = {0xff000000, 0xff041000, 0xff082000, 0xff0c3000, 0xff114000,

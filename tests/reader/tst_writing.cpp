@@ -129,9 +129,9 @@ private Q_SLOTS:
         t.host.boxes.clear();
         t.comm.sent.clear();
         t.comm.received = answer;
-        QByteArray told;
-        QCOMPARE(t.driver.DownloadCommand(told), commanded == 1 ? 0 : commanded);
-        QCOMPARE(told, answer);
+        QByteArray given;
+        QCOMPARE(t.driver.DownloadCommand(given), commanded == 1 ? 0 : commanded);
+        QCOMPARE(given, answer);
         QCOMPARE(t.comm.sent, QByteArrayList{QByteArray::fromHex("021B4403")});
         t.comm.received = answer;
         QCOMPARE(setLine(t), commanded == 1 ? 0 : commanded);
@@ -193,9 +193,9 @@ private Q_SLOTS:
         QVERIFY(t.comm.sent.isEmpty());
 
         t.comm.open = false;
-        QByteArray told("before");
-        QCOMPARE(t.driver.DownloadCommand(told), 0);
-        QCOMPARE(told, QByteArray("before"));
+        QByteArray given("before");
+        QCOMPARE(t.driver.DownloadCommand(given), 0);
+        QCOMPARE(given, QByteArray("before"));
         QCOMPARE(setLine(t), 0);
 
         t.comm.open = true;

@@ -227,9 +227,9 @@ void benchmarkIdle(double seconds, bool portOpen)
     const double before = processorSeconds();
     runEventsFor(seconds);
     const double used = processorSeconds() - before;
-    std::printf("idle, port %s: %.2f %% of one core over %.0f s; %.2f ms a tick, all told\n",
-                portOpen ? "open  " : "closed", 100 * used / seconds, seconds,
-                1000 * used * 2 / readings);
+    std::printf(
+        "idle, port %s: %.2f %% of one core over %.0f s; %.2f ms a tick, everything included\n",
+        portOpen ? "open  " : "closed", 100 * used / seconds, seconds, 1000 * used * 2 / readings);
 }
 
 void benchmarkSoak(int swipes)

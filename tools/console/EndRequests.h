@@ -5,7 +5,7 @@
 #include <signal.h>
 #include <sys/signalfd.h>
 
-/// The wish of a user or of the system that the program end, by Ctrl-C or a signal, as a
+/// The requests of a user or of the system that the program end, by Ctrl-C or a signal, as a
 /// descriptor that can be read. While it lives these signals do nothing else.
 class EndRequests
 {
