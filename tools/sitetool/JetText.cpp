@@ -9,7 +9,7 @@ namespace
 
 [[noreturn]] void failToDecode()
 {
-    throw NotDone{QStringLiteral("it holds bytes that are no text")};
+    throw NotDone{QStringLiteral("Its bytes are no text.")};
 }
 
 /// A text that begins with this mark is packed: runs of one byte a character, and runs of UTF-16,

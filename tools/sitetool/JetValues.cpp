@@ -61,7 +61,7 @@ QString dateTimeText(double stored)
         second = 0;
     }
     if (!(day >= FirstDay && day <= LastDay))
-        throw NotDone{QStringLiteral("it holds a time outside the years 100 to 9999")};
+        throw NotDone{QStringLiteral("The time is outside the years 100 to 9999.")};
     return QDate(1899, 12, 30).addDays(static_cast<qint64>(day)).toString(Qt::ISODate) + u' ' +
            QTime(0, 0).addSecs(static_cast<int>(second)).toString(Qt::ISODate);
 }
@@ -69,7 +69,7 @@ QString dateTimeText(double stored)
 double number(double stored)
 {
     if (!std::isfinite(stored))
-        throw NotDone{QStringLiteral("it holds something that is no number")};
+        throw NotDone{QStringLiteral("Its bytes are no number.")};
     return stored;
 }
 
@@ -99,7 +99,7 @@ Value jetValue(const JetType &type, const JetText &text, const std::optional<QBy
     if (!field)
         return {};
     if (type.size != JetType::AnySize && field->size() != type.size)
-        throw NotDone{QStringLiteral("it holds a value of another size")};
+        throw NotDone{QStringLiteral("The value has the wrong size.")};
 
     const char *bytes = field->data();
     switch (type.number) {

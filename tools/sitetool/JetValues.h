@@ -19,6 +19,5 @@ const JetType *jetType(int number);
 
 /// The value of a field of that type: its bytes, none when it is Null; a memo or an object is all
 /// of it, not the reference to it that the row holds. A yes/no field has no bytes: it is yes unless
-/// Null. Throws NotDone, as the end of a sentence about the field, when the value cannot be
-/// carried over as it is.
+/// Null. Throws NotDone when the value cannot be carried over as it is.
 Value jetValue(const JetType &type, const JetText &text, const std::optional<QByteArray> &field);
