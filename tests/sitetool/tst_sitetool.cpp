@@ -132,7 +132,7 @@ private Q_SLOTS:
         row("memo's chain", 4, {{in4(40, 16), "\x01"}}, "a memo or object");
         row("odd text", 4, {{in4(50, 4002), "x"}}, "Employee, column Name, row 2");
         row("unknown type", 4, {{Department, "\x10"}}, "Employee, column Department");
-        row("no such table", 3, {{in3(6, 1487), "x"}}, "no table RawDataDetails");
+        row("no such table", 3, {{in3(12, 1487), "x"}}, "no table RawDataDetails");
         row("no such column", 4, {{in4(8, 262), "M"}}, "Employee has no column Name");
         row("column of another kind", 4, {{in4(8, 63 + 25), "\x09"}}, "Name");
         row("no time", 4, {{Begins, bytesOf(std::nan(""))}}, "Shifts, column Begins, row 1");

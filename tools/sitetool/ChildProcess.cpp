@@ -80,7 +80,10 @@ ChildProcess::Result ChildProcess::run(const std::function<void()> &work)
                                     {errors.read.get(), POLLIN, 0},
                                     {endRequests.descriptor(), POLLIN, 0}}};
     while (result.complaint.isEmpty() && (waits[0].fd >= 0 || waits[1].fd >= 0)) {
-        if (::poll(waits.data(), waits.size(), LongestStandstill) == 0)
+        const int ready = ::poll(waits.data(), waits.size(), LongestStandstill);
+        if (ready < 0)
+            continue; // interrupted
+        if (ready == 0)
             result.complaint = QStringLiteral("Reading it does not come to an end.");
         if (waits[0].revents != 0 && !readInto(result.output, waits[0].fd))
             waits[0].fd = -1; // poll passes over it

@@ -147,7 +147,7 @@ std::size_t takeTable(JetFile &old, const JetTable &table, NewDatabase &database
             const bool isLong = column.typeNumber == MDB_MEMO || column.typeNumber == MDB_OLE;
             try {
                 values[i] = jetValue(*column.type, old.text(),
-                                     isLong && row[i] ? old.longValue(*row[i], progress) : row[i]);
+                                     isLong && row[i] ? old.longValue(*row[i]) : row[i]);
             } catch (const NotDone &notDone) {
                 throw NotDone{QStringLiteral("Table %1, column %2, row %3: %4")
                                   .arg(table.name, column.name)
@@ -157,14 +157,14 @@ std::size_t takeTable(JetFile &old, const JetTable &table, NewDatabase &database
         }
         database.insert(values);
     };
-    old.readRows(table, take, progress);
+    old.readRows(table, take);
     return rows;
 }
 
 /// Fills the empty file `draft` from the old database.
 void takeOver(const QByteArray &oldFile, const QByteArray &draft)
 {
-    JetFile old(oldFile);
+    JetFile old(oldFile, progress);
     const std::vector<JetTable> tables = old.tables();
     requireWhatTheClockNeeds(tables);
 

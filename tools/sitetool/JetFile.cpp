@@ -67,8 +67,7 @@ bool areAdjoining(std::vector<JetColumn> columns, bool gaps)
     });
     int end = 0;
     for (const JetColumn &column : columns) {
-        // A yes/no column has no bytes, and its place means nothing.
-        if (!column.isFixed || column.typeNumber == MDB_BOOL)
+        if (!column.isFixed)
             continue;
         if (column.place < end || (!gaps && column.place != end))
             return false;
@@ -98,7 +97,8 @@ bool isName(const QString &name)
 
 } // namespace
 
-JetFile::JetFile(const QByteArray &path)
+JetFile::JetFile(const QByteArray &path, std::function<void()> progress)
+    : m_progress(std::move(progress))
 {
     constexpr qint64 HeadSize = 24;
     constexpr qsizetype VersionAt = 20;
@@ -159,7 +159,7 @@ std::vector<JetTable> JetFile::tables()
                            numberAt<quint32>(row[flags].value_or(QByteArray()), 0),
                            m_text->decode(row[name].value_or(QByteArray()))});
     };
-    readRows(catalogue, take, [] {});
+    readRows(catalogue, take);
     if (objects.size() != catalogue.rowCount)
         failDamaged(QStringLiteral("its catalogue should name %1 objects and names %2")
                         .arg(catalogue.rowCount)
@@ -265,9 +265,9 @@ void JetFile::readColumns(JetTable &table, const QByteArray &definition)
                                                                   : format.tab_col_offset_var));
         column.size = numberAt<quint16>(definition, entry + format.col_size_offset);
         if (column.typeNumber == MDB_BOOL)
-            column.size = 0;
-        else if (column.type && column.type->size != JetType::AnySize && column.isFixed &&
-                 column.size != column.type->size)
+            column.place = column.size = 0; // its value lies in the null mask
+        else if (column.isFixed && column.type && column.type->size != JetType::AnySize &&
+                 column.type->size != column.size)
             failDamaged(QStringLiteral("a column of table %1 has the wrong size").arg(table.name));
         if (isJet3() && (column.typeNumber == MDB_TEXT || column.typeNumber == MDB_MEMO)) {
             const auto codePage = numberAt<quint16>(definition, entry + Jet3CodePageAt);
@@ -287,8 +287,7 @@ void JetFile::readColumns(JetTable &table, const QByteArray &definition)
     }
 }
 
-void JetFile::readRows(const JetTable &table, const std::function<void(const JetRow &)> &take,
-                       const std::function<void()> &progress)
+void JetFile::readRows(const JetTable &table, const std::function<void(const JetRow &)> &take)
 {
     MdbCatalogEntry entry = {};
     entry.mdb = m_handle.get();
@@ -301,7 +300,7 @@ void JetFile::readRows(const JetTable &table, const std::function<void(const Jet
 
     const int rowsAt = m_handle->fmt->row_count_offset;
     while (mdb_read_next_dpg(walk.get()) != 0) {
-        progress();
+        m_progress();
         const QByteArrayView bytes = page(m_handle->pg_buf, *m_handle);
         const int rows = numberAt<quint16>(bytes, rowsAt);
         for (int row = 0; row < rows; ++row) {
@@ -327,34 +326,38 @@ JetRow JetFile::readRow(const JetTable &table, QByteArrayView row) const
     const std::vector<int> offsets = table.variableColumns > 0
                                          ? variableOffsets(row, nullMask)
                                          : std::vector{static_cast<int>(nullMask)};
-    const int fixed = fixedSize(table, columnCount);
+    const auto requireSound = [&](bool isSound) {
+        if (!isSound)
+            failDamaged(QStringLiteral("a row of table %1 does not fit together").arg(table.name));
+    };
     const int fixedEnd = offsets.front();
-    const bool isSound = columnCount > 0 && std::is_sorted(offsets.begin(), offsets.end()) &&
-                         (table.hasDeletedColumns
-                              ? countSize + fixed <= fixedEnd
-                              : countSize + fixed == fixedEnd &&
-                                    static_cast<int>(offsets.size()) <= table.variableColumns + 1);
-    if (!isSound)
-        failDamaged(QStringLiteral("a row of table %1 does not fit together").arg(table.name));
+    const int wantedFixedEnd = countSize + fixedSize(table, columnCount);
+    const auto variableColumns = static_cast<int>(offsets.size()) - 1;
+    requireSound(columnCount > 0 && std::is_sorted(offsets.begin(), offsets.end()));
+    requireSound(table.hasDeletedColumns
+                     ? fixedEnd >= wantedFixedEnd
+                     : fixedEnd == wantedFixedEnd && variableColumns <= table.variableColumns);
 
     JetRow fields;
     for (const JetColumn &column : table.columns) {
-        const qsizetype bits = nullMask + column.number / BitsPerByte;
-        const bool isThere = column.number < columnCount &&
-                             (numberAt<quint8>(row, bits) >> column.number % BitsPerByte & 1) != 0;
-        const auto place = static_cast<std::size_t>(column.place);
-        const bool isStored =
-            column.isFixed ? column.number < columnCount : place + 1 < offsets.size();
-        const int begin = !isStored        ? 0
-                          : column.isFixed ? countSize + column.place
-                                           : offsets[place];
-        const int end = !isStored ? 0 : column.isFixed ? begin + column.size : offsets[place + 1];
-        const bool isFitting = isThere ? isStored : column.isFixed || begin == end;
-        if (!isFitting || (column.isFixed && column.size > 0 && end > fixedEnd))
-            failDamaged(QStringLiteral("a row of table %1 does not fit together").arg(table.name));
+        // A row written before the column was made holds nothing of it.
+        const bool isNull = column.number >= columnCount ||
+                            (numberAt<quint8>(row, nullMask + column.number / BitsPerByte) &
+                             1 << column.number % BitsPerByte) == 0;
+        QByteArrayView bytes;
+        if (column.isFixed && column.number < columnCount) {
+            bytes = part(row.first(fixedEnd), countSize + column.place, column.size);
+        } else if (!column.isFixed && column.place < variableColumns) {
+            const int begin = offsets[static_cast<std::size_t>(column.place)];
+            const int end = offsets[static_cast<std::size_t>(column.place) + 1];
+            bytes = part(row, begin, end - begin);
+            requireSound(!isNull || bytes.isEmpty());
+        } else {
+            requireSound(isNull);
+        }
         fields.emplace_back();
-        if (isThere)
-            fields.back() = part(row, begin, end - begin).toByteArray();
+        if (!isNull)
+            fields.back() = bytes.toByteArray();
     }
     return fields;
 }
@@ -394,7 +397,7 @@ std::vector<int> JetFile::variableOffsets(QByteArrayView row, qsizetype nullMask
     return offsets;
 }
 
-QByteArray JetFile::longValue(const QByteArray &reference, const std::function<void()> &progress)
+QByteArray JetFile::longValue(const QByteArray &reference)
 {
     constexpr qsizetype ReferenceSize = 12;
     constexpr quint32 LengthMask = 0x3fffffff;
@@ -413,7 +416,7 @@ QByteArray JetFile::longValue(const QByteArray &reference, const std::function<v
     }
     // Page and row of the next part; in a chain each part begins with those of the one behind it.
     while (next != 0 && value.size() <= length) {
-        progress();
+        m_progress();
         void *buffer = nullptr;
         int start = 0;
         std::size_t size = 0;

@@ -48,7 +48,8 @@ using JetRow = std::vector<std::optional<QByteArray>>;
 class JetFile
 {
 public:
-    explicit JetFile(const QByteArray &path);
+    /// `progress` is called now and then while rows and long values are read, once a page.
+    JetFile(const QByteArray &path, std::function<void()> progress);
 
     /// All tables but the engine's own, in the order of the catalogue. Tables that are mere links
     /// into another file are in linkedTables() afterwards.
@@ -57,12 +58,11 @@ public:
 
     const JetText &text() const { return *m_text; }
 
-    /// Calls `take` with each row; `progress` is called now and then, at least once a page.
-    void readRows(const JetTable &table, const std::function<void(const JetRow &)> &take,
-                  const std::function<void()> &progress);
+    /// Calls `take` with each row, in the order in which they are stored.
+    void readRows(const JetTable &table, const std::function<void(const JetRow &)> &take);
 
-    /// The whole of a memo or object, which a row only refers to. `progress` as above.
-    QByteArray longValue(const QByteArray &reference, const std::function<void()> &progress);
+    /// The whole of a memo or object, which a row only refers to. Each can be read once.
+    QByteArray longValue(const QByteArray &reference);
 
 private:
     struct CloseFile {
@@ -77,6 +77,7 @@ private:
     JetRow readRow(const JetTable &table, QByteArrayView row) const;
     std::vector<int> variableOffsets(QByteArrayView row, qsizetype nullMask) const;
 
+    std::function<void()> m_progress;
     std::unique_ptr<MdbHandle, CloseFile> m_handle;
     std::unique_ptr<JetText> m_text;
     std::vector<QString> m_linkedTables;

@@ -69,7 +69,7 @@ int main(int argc, char *argv[])
     parser.addOption(help);
     const QCommandLineOption version = parser.addVersionOption();
     parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("new or import"));
-    parser.addPositionalArgument(QStringLiteral("files"), QStringLiteral("as told above"),
+    parser.addPositionalArgument(QStringLiteral("files"), QStringLiteral("as above"),
                                  QStringLiteral("[OLD.mdb] [FILE]"));
     const bool isParsed = parser.parse(QCoreApplication::arguments());
     if (parser.isSet(help))
