@@ -95,6 +95,13 @@ private Q_SLOTS:
         row("numbers", 4, {{in4(9, 63 + 25), "\x07"}}, begins, "0.25");
         row("names", 4, {{in4(9, 170), wide("L\"]\u00b4 ")}, {in4(11, 3140), wide("a \"b'\u5348")}},
             "SELECT \"L\"\"]´ \" FROM \"a \"\"b'午\" LIMIT 1", "'Früh'");
+        // The shifts in the employees' place, their number in that of the badge.
+        row("numbers as badges", 4,
+            {{in4(11, 0xc71), "\x09"},
+             {in4(11, 0xc26), "\x08"},
+             {in4(9, 138), wide("\x14PersonalID\x08Time\x08Name")}},
+            "SELECT Name, typeof(PersonalID) FROM Employee WHERE PersonalID = '2'",
+            "'Spät','text'");
         row("long Jet 3 row", 3,
             {{in3(25, 12), bytesOf<quint16>(0x7ea - 320)}, {in3(25, 0x7ea - 320), longRow()}},
             "SELECT ID, RecordCount, DateTime, length(DownloadResult) FROM RawData LIMIT 1, 1",
@@ -131,6 +138,7 @@ private Q_SLOTS:
         row("column's place", 4, {{in4(9, 63 + 25 + 21), "\x01"}}, "does not fit together");
         row("memo's chain", 4, {{in4(40, 16), "\x01"}}, "a memo or object");
         row("odd text", 4, {{in4(50, 4002), "x"}}, "Employee, column Name, row 2");
+        row("text as yes and no", 4, {{Department, "\x01"}}, "does not fit together");
         row("unknown type", 4, {{Department, "\x10"}}, "Employee, column Department");
         row("no such table", 3, {{in3(12, 1487), "x"}}, "no table RawDataDetails");
         row("no such column", 4, {{in4(8, 262), "M"}}, "Employee has no column Name");

@@ -95,6 +95,27 @@ bool isName(const QString &name)
                        [](QChar character) { return character.unicode() >= u' '; });
 }
 
+/// Whether the parts of a column's definition fit each other.
+bool isSound(const JetColumn &column)
+{
+    if (!isName(column.name))
+        return false;
+    if (!column.type)
+        return true;
+    switch (column.typeNumber) {
+    case MDB_BOOL:
+        return column.isFixed;
+    case MDB_TEXT:
+    case MDB_BINARY:
+        return column.size > 0;
+    case MDB_MEMO:
+    case MDB_OLE:
+        return !column.isFixed;
+    default:
+        return !column.isFixed || column.size == column.type->size;
+    }
+}
+
 } // namespace
 
 JetFile::JetFile(const QByteArray &path, std::function<void()> progress)
@@ -224,16 +245,16 @@ JetTable JetFile::tableAt(quint32 page, const QString &name)
 
     std::vector<int> numbers;
     std::vector<int> variable;
-    bool isSound = isName(name) && columnCount > 0 && columnCount <= mostColumns;
+    bool isWhole = isName(name) && columnCount > 0 && columnCount <= mostColumns;
     for (const JetColumn &column : table.columns) {
         numbers.push_back(column.number);
         if (!column.isFixed)
             variable.push_back(column.place);
-        isSound = isSound && isName(column.name) && column.number < mostColumns &&
+        isWhole = isWhole && isSound(column) && column.number < mostColumns &&
                   (column.isFixed || column.place < table.variableColumns);
     }
     const bool gaps = table.hasDeletedColumns;
-    if (!isSound || !areConsecutive(numbers, gaps) || !areConsecutive(variable, gaps) ||
+    if (!isWhole || !areConsecutive(numbers, gaps) || !areConsecutive(variable, gaps) ||
         (!gaps && static_cast<int>(variable.size()) != table.variableColumns) ||
         !areAdjoining(table.columns, gaps))
         failDamaged(QStringLiteral("the definition of table %1 does not fit together").arg(name));
@@ -266,9 +287,6 @@ void JetFile::readColumns(JetTable &table, const QByteArray &definition)
         column.size = numberAt<quint16>(definition, entry + format.col_size_offset);
         if (column.typeNumber == MDB_BOOL)
             column.place = column.size = 0; // its value lies in the null mask
-        else if (column.isFixed && column.type && column.type->size != JetType::AnySize &&
-                 column.type->size != column.size)
-            failDamaged(QStringLiteral("a column of table %1 has the wrong size").arg(table.name));
         if (isJet3() && (column.typeNumber == MDB_TEXT || column.typeNumber == MDB_MEMO)) {
             const auto codePage = numberAt<quint16>(definition, entry + Jet3CodePageAt);
             if (codePage != 0 && codePage != m_handle->f->code_page)
