@@ -135,6 +135,7 @@ private Q_SLOTS:
         row("table made a form", 4, {{in4(11, 0xc24 + 10), "\x05"}}, "fit the object Shifts");
         row("page of others", 4, {{in4(26, 4), "\x08"}}, "page 26 from map");
         row("row's count", 4, {{in4(52, 0xfe7), "\x02"}}, "does not fit together");
+        row("row's end", 3, {{in3(27, 0x7e6 + 22), "\x15"}}, "more than its columns");
         row("column's place", 4, {{in4(9, 63 + 25 + 21), "\x01"}}, "does not fit together");
         row("memo's chain", 4, {{in4(40, 16), "\x01"}}, "a memo or object");
         row("odd text", 4, {{in4(50, 4002), "x"}}, "Employee, column Name, row 2");

@@ -120,7 +120,6 @@ void progress()
 std::size_t takeTable(JetFile &old, const JetTable &table, NewDatabase &database)
 {
     QStringList columns;
-    QStringList places;
     for (const JetColumn &column : table.columns) {
         if (!column.type)
             throw NotDone{
@@ -129,11 +128,11 @@ std::size_t takeTable(JetFile &old, const JetTable &table, NewDatabase &database
                     .arg(table.name, column.name)
                     .arg(column.typeNumber)};
         columns += quoted(column.name) + u' ' + QLatin1String(storedType(table, column));
-        places += QStringLiteral("?");
     }
     database.run(QStringLiteral("CREATE TABLE %1 (%2)")
                      .arg(quoted(table.name), columns.join(u", "))
                      .toUtf8());
+    const QStringList places(columns.size(), QStringLiteral("?"));
     database.prepareInsert(QStringLiteral("INSERT INTO %1 VALUES (%2)")
                                .arg(quoted(table.name), places.join(u", "))
                                .toUtf8());

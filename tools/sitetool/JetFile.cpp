@@ -204,6 +204,11 @@ std::vector<JetTable> JetFile::tables()
     return tables;
 }
 
+int JetFile::shortAt(QByteArrayView bytes, qsizetype at) const
+{
+    return isJet3() ? numberAt<quint8>(bytes, at) : numberAt<quint16>(bytes, at);
+}
+
 bool JetFile::isDefinition(quint32 page)
 {
     return page < m_pages && mdb_read_pg(m_handle.get(), page) != 0 &&
@@ -274,7 +279,6 @@ void JetFile::readColumns(JetTable &table, const QByteArray &definition)
             format.tab_ridx_entry_size;
     qsizetype name =
         entry + static_cast<qsizetype>(table.columns.size()) * format.tab_col_entry_size;
-    const qsizetype nameLengthSize = isJet3() ? 1 : 2;
     for (JetColumn &column : table.columns) {
         column.typeNumber = numberAt<quint8>(definition, entry);
         column.type = jetType(column.typeNumber);
@@ -298,10 +302,9 @@ void JetFile::readColumns(JetTable &table, const QByteArray &definition)
         }
         entry += format.tab_col_entry_size;
 
-        const qsizetype length =
-            isJet3() ? numberAt<quint8>(definition, name) : numberAt<quint16>(definition, name);
-        column.name = m_text->decode(part(definition, name + nameLengthSize, length));
-        name += nameLengthSize + length;
+        const int length = shortAt(definition, name);
+        column.name = m_text->decode(part(definition, name + shortSize(), length));
+        name += shortSize() + length;
     }
 }
 
@@ -338,8 +341,7 @@ JetRow JetFile::readRow(const JetTable &table, QByteArrayView row) const
 {
     constexpr int BitsPerByte = 8;
 
-    const int columnCount = isJet3() ? numberAt<quint8>(row, 0) : numberAt<quint16>(row, 0);
-    const int countSize = isJet3() ? 1 : 2;
+    const int columnCount = shortAt(row, 0);
     const qsizetype nullMask = row.size() - (columnCount + BitsPerByte - 1) / BitsPerByte;
     const std::vector<int> offsets = table.variableColumns > 0
                                          ? variableOffsets(row, nullMask)
@@ -349,7 +351,7 @@ JetRow JetFile::readRow(const JetTable &table, QByteArrayView row) const
             failDamaged(QStringLiteral("a row of table %1 does not fit together").arg(table.name));
     };
     const int fixedEnd = offsets.front();
-    const int wantedFixedEnd = countSize + fixedSize(table, columnCount);
+    const int wantedFixedEnd = shortSize() + fixedSize(table, columnCount);
     const auto variableColumns = static_cast<int>(offsets.size()) - 1;
     requireSound(columnCount > 0 && std::is_sorted(offsets.begin(), offsets.end()));
     requireSound(table.hasDeletedColumns
@@ -364,7 +366,7 @@ JetRow JetFile::readRow(const JetTable &table, QByteArrayView row) const
                              1 << column.number % BitsPerByte) == 0;
         QByteArrayView bytes;
         if (column.isFixed && column.number < columnCount) {
-            bytes = part(row.first(fixedEnd), countSize + column.place, column.size);
+            bytes = part(row.first(fixedEnd), shortSize() + column.place, column.size);
         } else if (!column.isFixed && column.place < variableColumns) {
             const int begin = offsets[static_cast<std::size_t>(column.place)];
             const int end = offsets[static_cast<std::size_t>(column.place) + 1];
@@ -384,34 +386,30 @@ JetRow JetFile::readRow(const JetTable &table, QByteArrayView row) const
 /// back to front, before the null mask and their own count.
 std::vector<int> JetFile::variableOffsets(QByteArrayView row, qsizetype nullMask) const
 {
+    // In Jet 3 an offset has only its low byte. For each further 256 bytes of the row a jump says
+    // from which column on they are to be added; the last may be left over.
+    constexpr int JumpSize = 256;
+
+    const qsizetype size = shortSize();
+    const qsizetype countAt = nullMask - size;
+    const int count = shortAt(row, countAt);
+    qsizetype jumps = isJet3() ? (row.size() - 1) / JumpSize : 0;
+    const qsizetype first = countAt - jumps - size;
+    const qsizetype last = first - count * size;
+    if (last / JumpSize < jumps)
+        --jumps;
+
     std::vector<int> offsets;
-    qsizetype tableBegin = 0;
-    if (isJet3()) {
-        // An offset has only its low byte. For each further 256 bytes of the row a jump says from
-        // which column on they are to be added; the last may be left over.
-        constexpr qsizetype JumpSize = 256;
-        const qsizetype countAt = nullMask - 1;
-        const int count = numberAt<quint8>(row, countAt);
-        qsizetype jumps = (row.size() - 1) / JumpSize;
-        const qsizetype firstAt = countAt - jumps - 1;
-        tableBegin = firstAt - count;
-        if (tableBegin / JumpSize < jumps)
-            --jumps;
-        for (int i = 0, added = 0; i <= count; ++i) {
-            while (added < jumps && numberAt<quint8>(row, countAt - 1 - added) == i)
-                ++added;
-            offsets.push_back(numberAt<quint8>(row, firstAt - i) +
-                              added * static_cast<int>(JumpSize));
-        }
-    } else {
-        const qsizetype countAt = nullMask - 2;
-        const int count = numberAt<quint16>(row, countAt);
-        tableBegin = countAt - 2 * (count + qsizetype{1});
-        for (int i = 0; i <= count; ++i)
-            offsets.push_back(numberAt<quint16>(row, countAt - 2 * (i + qsizetype{1})));
+    int jumped = 0;
+    for (int i = 0; i <= count; ++i) {
+        while (jumped < jumps && numberAt<quint8>(row, countAt - 1 - jumped) == i)
+            ++jumped;
+        offsets.push_back(shortAt(row, first - i * size) + jumped * JumpSize);
     }
-    if (offsets.back() > tableBegin)
-        failDamaged(QStringLiteral("a row's columns overlap its end"));
+    // A row that has become shorter in its place may be filled up.
+    const QByteArrayView filling = part(row, offsets.back(), last - offsets.back());
+    if (filling.count('\0') != filling.size())
+        failDamaged(QStringLiteral("a row holds more than its columns"));
     return offsets;
 }
 

@@ -70,6 +70,10 @@ private:
     };
 
     bool isJet3() const { return m_handle->f->jet_version == MDB_VER_JET3; }
+    /// Counts and offsets in rows, and lengths of names, have one byte in Jet 3 and two later.
+    int shortSize() const { return isJet3() ? 1 : 2; }
+    int shortAt(QByteArrayView bytes, qsizetype at) const;
+
     bool isDefinition(quint32 page);
     JetTable tableAt(quint32 page, const QString &name);
     QByteArray definitionAt(quint32 page);
