@@ -1,5 +1,6 @@
 #include "tools/sitetool/Import.h"
 
+#include "tools/Console.h"
 #include "tools/sitetool/ChildProcess.h"
 #include "tools/sitetool/Draft.h"
 #include "tools/sitetool/JetFile.h"
@@ -202,6 +203,6 @@ int importOld(const QStringList &arguments)
     if (!result.complaint.isEmpty())
         throw NotDone{QStringLiteral("%1 is not imported. %2").arg(oldFile, result.complaint)};
     draft.publish();
-    std::cout << "Made " << qPrintable(draft.target()) << std::endl;
+    Console::say(QStringLiteral("Made %1.").arg(draft.target()));
     return 0;
 }

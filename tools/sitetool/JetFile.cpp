@@ -91,8 +91,9 @@ bool isName(const QString &name)
 {
     constexpr qsizetype LongestName = 64;
     return !name.isEmpty() && name.size() <= LongestName &&
-           std::all_of(name.begin(), name.end(),
-                       [](QChar character) { return character.unicode() >= u' '; });
+           std::all_of(name.begin(), name.end(), [](QChar character) {
+               return character.category() != QChar::Other_Control;
+           });
 }
 
 /// Whether the parts of a column's definition fit each other.

@@ -1,11 +1,10 @@
 #include "tools/sitetool/New.h"
 
+#include "tools/Console.h"
 #include "tools/sitetool/Draft.h"
 #include "tools/sitetool/NewDatabase.h"
 
 #include <QFile>
-
-#include <iostream>
 
 int makeNew(const QStringList &arguments)
 {
@@ -16,6 +15,6 @@ int makeNew(const QStringList &arguments)
     Draft draft(databaseNamed(arguments.value(0)));
     NewDatabase(draft.path()).run(schema.readAll());
     draft.publish();
-    std::cout << "Made " << qPrintable(draft.target()) << std::endl;
+    Console::say(QStringLiteral("Made %1.").arg(draft.target()));
     return 0;
 }

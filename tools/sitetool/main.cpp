@@ -1,3 +1,4 @@
+#include "tools/Console.h"
 #include "tools/sitetool/Import.h"
 #include "tools/sitetool/New.h"
 #include "tools/sitetool/NotDone.h"
@@ -6,7 +7,6 @@
 #include <QCoreApplication>
 
 #include <algorithm>
-#include <iostream>
 
 namespace
 {
@@ -21,9 +21,6 @@ constexpr char Description[] =
     "replaced. The status is 0 when it is done, 1 when it is not, 2 when the command is not\n"
     "understood.";
 
-constexpr int Failed = 1;
-constexpr int NotUnderstood = 2;
-
 /// A command takes its arguments without its own name and returns the status of the program.
 struct Command {
     const char *name;
@@ -32,12 +29,6 @@ struct Command {
     int (*run)(const QStringList &arguments);
 };
 constexpr Command Commands[] = {{"new", 0, 1, makeNew}, {"import", 1, 2, importOld}};
-
-int fail(const QString &why, int status)
-{
-    std::cerr << "sitetool: " << qPrintable(why) << std::endl;
-    return status;
-}
 
 /// What is wrong with the command line, in words; empty when nothing is.
 QString mistakeIn(const QStringList &arguments, const Command *command)
@@ -59,37 +50,26 @@ QString mistakeIn(const QStringList &arguments, const Command *command)
 int main(int argc, char *argv[])
 {
     QCoreApplication application(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("sitetool"));
-    QCoreApplication::setApplicationVersion(QStringLiteral(SITETOOL_VERSION));
-
     QCommandLineParser parser;
     parser.setApplicationDescription(QString::fromLatin1(Description));
-    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
-                                  QStringLiteral("Show this text."));
-    parser.addOption(help);
-    const QCommandLineOption version = parser.addVersionOption();
     parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("new or import"));
     parser.addPositionalArgument(QStringLiteral("files"), QStringLiteral("as above"),
                                  QStringLiteral("[OLD.mdb] [FILE]"));
-    const bool isParsed = parser.parse(QCoreApplication::arguments());
-    if (parser.isSet(help))
-        parser.showHelp();
-    if (parser.isSet(version))
-        parser.showVersion();
+    QString mistake = Console::parse(parser);
 
     QStringList arguments = parser.positionalArguments();
-    const auto *command =
-        std::find_if(std::begin(Commands), std::end(Commands), [&](const Command &known) {
-            return arguments.value(0) == QLatin1String(known.name);
-        });
-    const QString mistake = isParsed ? mistakeIn(arguments, command) : parser.errorText();
+    const auto *command = std::ranges::find_if(Commands, [&](const Command &known) {
+        return arguments.value(0) == QLatin1String(known.name);
+    });
+    if (mistake.isEmpty())
+        mistake = mistakeIn(arguments, command);
     if (!mistake.isEmpty())
-        return fail(mistake + QStringLiteral(" (--help shows how.)"), NotUnderstood);
+        return Console::refuse(mistake);
 
     try {
         arguments.removeFirst();
         return command->run(arguments);
     } catch (const NotDone &notDone) {
-        return fail(notDone.why, Failed);
+        return Console::complain(notDone.why);
     }
 }
