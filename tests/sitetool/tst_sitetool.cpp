@@ -138,6 +138,7 @@ private Q_SLOTS:
         row("row's end", 3, {{in3(27, 0x7e6 + 22), "\x15"}}, "more than its columns");
         row("column's place", 4, {{in4(9, 63 + 25 + 21), "\x01"}}, "does not fit together");
         row("memo's chain", 4, {{in4(40, 16), "\x01"}}, "a memo or object");
+        row("crash of the library", 3, {{in3(9, 35), "\x20"}}, "is not imported");
         row("odd text", 4, {{in4(50, 4002), "x"}}, "Employee, column Name, row 2");
         row("text as yes and no", 4, {{Department, "\x01"}}, "does not fit together");
         row("unknown type", 4, {{Department, "\x10"}}, "Employee, column Department");
