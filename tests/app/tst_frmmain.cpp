@@ -162,7 +162,7 @@ private Q_SLOTS:
         QTRY_VERIFY(t.host.passes > 0);
         t.reader->send("\2%X?;1001?\3");
         QTRY_COMPARE(t.stored("*"), "0|1001|1|2026-03-09 09:05:07|0|0");
-        QCOMPARE(Bench::shown(), QStringList({"Mara Lindqvist", "1001", "Clock In", moment}));
+        QCOMPARE(Bench::shown(), QStringList({"Anna Example", "1001", "Clock In", moment}));
 
         // Another one, with the window still open: the texts change in place.
         const QPointer<QWidget> first = Bench::dialog();

@@ -131,8 +131,8 @@ private Q_SLOTS:
         const char *loose = "DROP TABLE Employee; CREATE TABLE Employee (PersonalID TEXT, Name); "
                             "INSERT INTO Employee VALUES ('1', NULL), ('2', ''), ('3', 'A'), "
                             "('3', 'B'), ('4', 44)";
-        row("known", "", "1001", "Mara Lindqvist", "");
-        row("leading zeros", "", "00123", "Noor Haddad", "");
+        row("known", "", "1001", "Anna Example", "");
+        row("leading zeros", "", "00123", "Lea Leadingzero", "");
         row("unknown", "", "123", "Unknown", "");
         row("empty", "", "", "Unknown", "");
         row("quotes", "", "x' OR '1'='1", "Unknown", "");
@@ -162,8 +162,8 @@ private Q_SLOTS:
     void locked_data()
     {
         Table<bool, bool, QString, QString> row("givesWay", "isOpen", "name", "box");
-        row("opening waits", true, false, "Mara Lindqvist", "");
-        row("a command waits", true, true, "Mara Lindqvist", "");
+        row("opening waits", true, false, "Anna Example", "");
+        row("a command waits", true, true, "Anna Example", "");
         row("opening gives up", false, false, "", "5: database is locked");
         row("a command gives up", false, true, "", "5: database is locked");
     }

@@ -15,7 +15,10 @@ public:
     QString file() const { return m_folder.filePath(QStringLiteral("Orvanta.mdb")); }
     QString connectionString() const { return ::connectionString(folder()); }
 
-    static QByteArray sampleSchema() { return TemporaryHome::read(SAMPLE_SCHEMA); }
+    static QByteArray sampleSchema()
+    {
+        return TemporaryHome::read(":/store/schema.sql") + TemporaryHome::read(SAMPLE_PEOPLE);
+    }
 
     /// Runs statements; the rows that they give, a line a row, columns separated by "|".
     QString run(const QByteArray &sql) const

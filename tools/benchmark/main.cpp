@@ -114,11 +114,12 @@ private:
 
 void makeDatabase(const QString &path, qlonglong rows)
 {
-    QFile schema(QStringLiteral(SAMPLE_SCHEMA));
+    QFile schema(QStringLiteral(":/store/schema.sql"));
     if (!schema.open(QIODevice::ReadOnly))
         giveUp("no sample schema");
     BareDatabase database(path);
     database.run(schema.readAll());
+    database.run("INSERT INTO Employee VALUES ('1001', 'Anna Example')");
     database.run("INSERT INTO RawData VALUES (0, 0, '2026-01-01 00:00:00', 'MSR')");
     database.run("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n LIMIT " +
                  QByteArray::number(rows) +

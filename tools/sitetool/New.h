@@ -1,0 +1,7 @@
+#pragma once
+
+#include <QStringList>
+
+/// `sitetool new [FILE]`: makes an empty database with the tables that the clock uses. Returns 0;
+/// throws NotDone, with nothing made, when it cannot.
+int makeNew(const QStringList &arguments);
