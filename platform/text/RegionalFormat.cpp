@@ -2,7 +2,10 @@
 
 #include "platform/basics/Failure.h"
 
+#include <QRegularExpression>
 #include <QStringList>
+
+#include <array>
 
 namespace
 {
@@ -47,6 +50,27 @@ QStringList datePatterns(const QLocale &locale)
             QStringLiteral("yyyy-MM-dd")};
 }
 
+enum class DayHalf { Whole, Morning, Afternoon };
+
+/// Invalid when there is no such time; the hours of a half go from 1 to 12.
+QTime timeOfNumbers(int hour, int minute, int second, DayHalf half)
+{
+    if (half == DayHalf::Whole)
+        return QTime(hour, minute, second);
+    if (hour < 1 || hour > 12)
+        return {};
+    return QTime(hour % 12 + (half == DayHalf::Morning ? 0 : 12), minute, second);
+}
+
+/// The value of digits of any script.
+int numberOf(const QString &digits)
+{
+    int number = 0;
+    for (const QChar digit : digits)
+        number = number * 10 + digit.digitValue();
+    return number;
+}
+
 /// Reads a time along a pattern in the toolkit's letters. (The toolkit's own parser, in 6.4, reads
 /// past the text's end where a mark for AM or PM stands before it.)
 class TimeReader
@@ -57,8 +81,10 @@ public:
     /// The time that the whole text stands for; invalid when it does not follow `pattern`.
     QTime read(const QString &pattern)
     {
-        m_position = m_hour = m_minute = m_second = 0;
+        m_position = 0;
+        m_numbers = {};
         m_half = DayHalf::Whole;
+        m_parts.clear();
         bool quoted = false;
         for (qsizetype i = 0; i < pattern.size();) {
             qsizetype length = 1;
@@ -74,39 +100,41 @@ public:
             }
             i += length;
         }
-        return m_position == m_text.size() ? time() : QTime();
+        if (m_position < m_text.size())
+            return {};
+        return timeOfNumbers(m_numbers[TimePart::Hours], m_numbers[TimePart::Minutes],
+                             m_numbers[TimePart::Seconds], m_half);
     }
 
-private:
-    enum class DayHalf { Whole, Morning, Afternoon };
+    /// Where the parts of the time stand that has been read.
+    const QList<TimePart> &parts() const { return m_parts; }
 
+private:
     bool readPart(const QString &part, bool quoted)
     {
-        if (!quoted && part.toUpper() == u"AP")
-            return readMeridiem();
-        switch (quoted ? u' ' : part[0].toLower().unicode()) {
-        case u'h':
-            return readNumber(1, m_hour);
-        case u'm':
-            return readNumber(part.size(), m_minute);
-        case u's':
-            return readNumber(part.size(), m_second);
-        default:
+        static const QString KindLetters = QStringLiteral("hmsa"); // in the order of the kinds
+        const qsizetype letter = quoted ? -1 : KindLetters.indexOf(part[0].toLower());
+        if (letter < 0)
             return readWord(part);
-        }
+        const auto kind = static_cast<TimePart::Kind>(letter);
+        const qsizetype start = m_position;
+        if (!(kind == TimePart::HalfOfDay
+                  ? readMeridiem()
+                  : readNumber(kind == TimePart::Hours ? 1 : part.size(), m_numbers[kind])))
+            return false;
+        m_parts.append({kind, start, m_position - start});
+        return true;
     }
 
     /// One or two digits, of any script.
     bool readNumber(qsizetype fewestDigits, int &number)
     {
-        qsizetype digits = 0;
-        for (number = 0; digits < 2 && m_position < m_text.size(); ++digits, ++m_position) {
-            const int digit = m_text[m_position].digitValue();
-            if (digit < 0)
-                break;
-            number = number * 10 + digit;
-        }
-        return digits >= fewestDigits;
+        const qsizetype start = m_position;
+        while (m_position < start + 2 && m_position < m_text.size() &&
+               m_text[m_position].digitValue() >= 0)
+            ++m_position;
+        number = numberOf(m_text.mid(start, m_position - start));
+        return m_position - start >= fewestDigits;
     }
 
     bool readWord(const QString &word)
@@ -126,30 +154,23 @@ private:
         return m_half != DayHalf::Whole;
     }
 
-    QTime time() const
-    {
-        if (m_half == DayHalf::Whole)
-            return QTime(m_hour, m_minute, m_second);
-        if (m_hour < 1 || m_hour > 12)
-            return {};
-        return QTime(m_hour % 12 + (m_half == DayHalf::Morning ? 0 : 12), m_minute, m_second);
-    }
-
     const QString &m_text;
     const QLocale &m_locale;
     qsizetype m_position = 0;
-    int m_hour = 0;
-    int m_minute = 0;
-    int m_second = 0;
+    std::array<int, 3> m_numbers{}; ///< hours, minutes and seconds
     DayHalf m_half = DayHalf::Whole;
+    QList<TimePart> m_parts;
 };
 
-QTime parseTime(const QString &text, const QLocale &locale)
+QTime parseTime(const QString &text, const QLocale &locale, QList<TimePart> *parts = nullptr)
 {
     TimeReader reader(text, locale);
     for (const QString &pattern : timePatterns(locale)) {
-        if (const QTime time = reader.read(pattern); time.isValid())
+        if (const QTime time = reader.read(pattern); time.isValid()) {
+            if (parts)
+                *parts = reader.parts();
             return time;
+        }
     }
     return {};
 }
@@ -216,4 +237,37 @@ QString formatTimeOfDay(const QTime &time, const QLocale &locale)
 {
     const QString regional = locale.toString(time, longTimePattern(locale));
     return parseTime(regional.trimmed(), locale) == time ? regional : time.toString(PlainTime);
+}
+
+QList<TimePart> partsOfTime(const QString &text, const QLocale &locale)
+{
+    QList<TimePart> parts;
+    parseTime(text, locale, &parts);
+    return parts;
+}
+
+QTime readNumbersAsTime(const QString &text, const QLocale &locale)
+{
+    if (const QTime time = parseTime(text.trimmed(), locale); time.isValid())
+        return time;
+
+    // Anything but AM or PM may part two numbers; with nothing between them, the later one has two
+    // digits.
+    constexpr auto Options =
+        QRegularExpression::CaseInsensitiveOption | QRegularExpression::UseUnicodePropertiesOption;
+    static const QRegularExpression gaps(QStringLiteral(R"([^\p{L}\p{N}]+)"));
+    static const QRegularExpression form(
+        QStringLiteral(R"(^(\d{1,2})(?:NEXT(?:NEXT)?)? ?(?:([ap]) ?m?)?$)")
+            .replace(QStringLiteral("NEXT"),
+                     QStringLiteral(R"((?|(?:(?![ap] ?m)\P{N})+(\d{1,2})|(\d\d)))")),
+        Options);
+    const auto match = form.match(QString(text).replace(gaps, QStringLiteral(" ")).trimmed());
+    if (!match.hasMatch())
+        return {};
+    const QString mark = match.captured(4).toUpper();
+    return timeOfNumbers(numberOf(match.captured(1)), numberOf(match.captured(2)),
+                         numberOf(match.captured(3)),
+                         mark.isEmpty() ? DayHalf::Whole
+                         : mark == u"A" ? DayHalf::Morning
+                                        : DayHalf::Afternoon);
 }

@@ -3,6 +3,7 @@
 #include "platform/text/Conversions.h"
 
 #include <QDateTime>
+#include <QList>
 #include <QLocale>
 #include <QString>
 
@@ -37,3 +38,20 @@ QString formatDateTime(const QDateTime &dateTime, const QLocale &locale = userLo
 /// A time of day in the user's long format, or as HH:mm:ss where that format does not read back
 /// as the same time. What it returns, parseDateAndTime reads back.
 QString formatTimeOfDay(const QTime &time, const QLocale &locale = userLocale());
+
+/// A stretch of a time's text that shows one thing.
+struct TimePart {
+    enum Kind { Hours, Minutes, Seconds, HalfOfDay };
+    Kind kind;
+    qsizetype start;
+    qsizetype length;
+};
+
+/// The parts of a text that formatTimeOfDay returned, or of a time as HH:mm:ss, in the order in
+/// which they stand. The hours go from 0 to 23 where no half of the day is among them.
+QList<TimePart> partsOfTime(const QString &text, const QLocale &locale = userLocale());
+
+/// The time that `text` gives when nothing in it is a date: a time as parseDateAndTime takes it,
+/// else one to three numbers that are hours, minutes and seconds whatever parts them ("7.30",
+/// "7h30", "0730"), with or without AM or PM behind them ("5 p.m."). Invalid for any other text.
+QTime readNumbersAsTime(const QString &text, const QLocale &locale = userLocale());

@@ -1,158 +1,346 @@
 #include "platform/windows/DTPicker.h"
 
 #include "platform/basics/Failure.h"
-#include "platform/text/RegionalFormat.h"
 
+#include <QApplication>
+#include <QClipboard>
+#include <QContextMenuEvent>
 #include <QFontMetrics>
-#include <QKeyEvent>
+#include <QInputMethodEvent>
 #include <QLineEdit>
-#include <QRegularExpression>
+#include <QMenu>
+#include <QMimeData>
 #include <QStyle>
 #include <QStyleOptionSpinBox>
+
+#include <algorithm>
+#include <array>
 
 namespace
 {
 
-constexpr int GroupCount = 3;
+constexpr int HoursOfHalf = 12;
+constexpr int LineMargins = 4; ///< what a line edit leaves free beside its text, in pixels
 
-int wrapped(int value, int count)
-{
-    return (value % count + count) % count;
-}
+/// What a part of the time counts: units of so many seconds, from 0 to `count` - 1.
+struct Unit {
+    int seconds;
+    int count;
+
+    int numberIn(const QTime &time) const
+    {
+        return time.msecsSinceStartOfDay() / 1000 / seconds % count;
+    }
+};
+
+/// In the order of TimePart::Kind.
+constexpr std::array Units{Unit{3600, 24}, Unit{60, 60}, Unit{1, 60}, Unit{HoursOfHalf * 3600, 2}};
 
 } // namespace
 
 DTPicker::DTPicker(QWidget *parent) : QAbstractSpinBox(parent)
 {
+    setLocale(userLocale());
     lineEdit()->installEventFilter(this);
-    show(m_value);
-}
-
-QTime DTPicker::Value() const
-{
-    const QTime typed = typedTime();
-    return typed.isValid() ? typed : m_value;
+    lineEdit()->setDragEnabled(false); // a click on the selected group is a click like any other
+    lineEdit()->setAcceptDrops(false); // the picker itself takes them
+    setAcceptDrops(true);
+    setTime(m_value);
+    choose(group(TimePart::Hours));
 }
 
 void DTPicker::Value(const QString &text)
 {
-    const auto [date, time] = parseDateAndTime(text);
+    const auto [date, time] = parseDateAndTime(text, locale());
     if (date.isValid() && (date < MinDate || date > MaxDate))
         throw Failure(Failure::TypeMismatch);
-    show(time);
+    setTime(time);
 }
 
 void DTPicker::stepBy(int steps)
 {
-    const int stepped = groupAtCursor();
-    const QTime now = Value();
-    switch (stepped) {
-    case 0:
-        show(QTime(wrapped(now.hour() + steps, 24), now.minute(), now.second()));
-        break;
-    case 1:
-        show(QTime(now.hour(), wrapped(now.minute() + steps, 60), now.second()));
+    const Unit &unit = Units[m_groups[m_current].kind];
+    setCurrent((unit.numberIn(m_value) + steps % unit.count + unit.count) % unit.count);
+    choose(m_current);
+}
+
+QValidator::State DTPicker::validate(QString &input, int & /*position*/) const
+{
+    input = m_text;
+    return QValidator::Acceptable;
+}
+
+QAbstractSpinBox::StepEnabled DTPicker::stepEnabled() const
+{
+    return isReadOnly() ? StepNone : StepUpEnabled | StepDownEnabled;
+}
+
+bool DTPicker::event(QEvent *event)
+{
+    if (event->type() == QEvent::InputMethod) {
+        // What is still being composed is no time and is not shown.
+        type(static_cast<QInputMethodEvent *>(event)->commitString());
+        return true;
+    }
+    const bool handled = QAbstractSpinBox::event(event);
+    switch (event->type()) {
+    case QEvent::Resize:
+    case QEvent::FontChange:
+    case QEvent::StyleChange:
+    case QEvent::LocaleChange:
+        setTime(m_value);
+        choose(group(TimePart::Hours)); // there may be other groups now
         break;
     default:
-        show(QTime(now.hour(), now.minute(), wrapped(now.second() + steps, 60)));
+        break;
     }
-    select(stepped);
+    return handled;
 }
 
 bool DTPicker::eventFilter(QObject *field, QEvent *event)
 {
-    // A click selects the group that it falls on, so that what is typed then replaces it.
-    if (event->type() == QEvent::MouseButtonRelease && !lineEdit()->hasSelectedText())
-        select(groupAtCursor());
-    return QAbstractSpinBox::eventFilter(field, event);
+    if (event->type() != QEvent::MouseButtonRelease)
+        return QAbstractSpinBox::eventFilter(field, event);
+    const Qt::MouseButton button = static_cast<QMouseEvent *>(event)->button();
+    if (button == Qt::MiddleButton) {
+        paste(QApplication::clipboard()->text(QClipboard::Selection));
+    } else {
+        field->event(event); // first, for it copies what is selected to the clipboard's selection
+        if (button == Qt::LeftButton)
+            allSelected() ? chooseAll() : choose(groupAt(lineEdit()->cursorPosition()));
+    }
+    return true;
+}
+
+void DTPicker::focusInEvent(QFocusEvent *event)
+{
+    QAbstractSpinBox::focusInEvent(event);
+    switch (event->reason()) {
+    case Qt::MouseFocusReason:        // the click says which group
+    case Qt::ActiveWindowFocusReason: // back to where it was
+    case Qt::PopupFocusReason:
+        break;
+    default:
+        choose(group(TimePart::Hours));
+    }
 }
 
 void DTPicker::keyPressEvent(QKeyEvent *event)
 {
-    const QString typed = event->text();
-    const int cursor = lineEdit()->cursorPosition();
-    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
-        // What tells no time is shown to be none before anything is done with it.
-        const bool tellsTime = typedTime().isValid();
-        show(Value());
-        selectAll();
-        event->setAccepted(!tellsTime);
-    } else if (!typed.isEmpty() && !typed[0].isDigit() && typed[0].isPrint() &&
-               !lineEdit()->hasSelectedText() && lineEdit()->text().mid(cursor, 1) == typed) {
-        lineEdit()->setCursorPosition(cursor + 1); // a separator that is there already
-        select(groupAtCursor() + (group(groupAtCursor()).start > cursor ? 0 : 1));
+    constexpr Qt::KeyboardModifiers Commands =
+        Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier;
+    const QString text = event->text();
+    const int key = event->key();
+    if (event->matches(QKeySequence::Paste)) {
+        paste(QApplication::clipboard()->text());
+    } else if (event->matches(QKeySequence::Cut)) {
+        lineEdit()->copy();
+        erase();
+    } else if (event->matches(QKeySequence::SelectAll)) {
+        chooseAll();
+    } else if (key == Qt::Key_Backspace && m_passedOn) {
+        choose(m_current - 1);
+    } else if (key == Qt::Key_Backspace || key == Qt::Key_Delete) {
+        erase();
+    } else if (key == Qt::Key_Left || key == Qt::Key_Right) {
+        choose(m_current + (key == Qt::Key_Left ? -1 : 1));
+    } else if (key == Qt::Key_Home || key == Qt::Key_End) {
+        choose(key == Qt::Key_Home ? 0 : m_groups.size() - 1);
+    } else if (key == Qt::Key_Return || key == Qt::Key_Enter) {
+        event->ignore();
+    } else if (!text.isEmpty() && text[0].isPrint() && !(event->modifiers() & Commands)) {
+        type(text);
     } else {
         QAbstractSpinBox::keyPressEvent(event);
     }
 }
 
-void DTPicker::focusOutEvent(QFocusEvent *event)
+void DTPicker::wheelEvent(QWheelEvent *event)
 {
-    show(Value());
-    QAbstractSpinBox::focusOutEvent(event);
+    const QPoint pointer = lineEdit()->mapFromParent(event->position().toPoint());
+    if (lineEdit()->rect().contains(pointer))
+        choose(groupAt(lineEdit()->cursorPositionAt(pointer)));
+    QAbstractSpinBox::wheelEvent(event);
 }
 
-/// The time that the field tells; invalid when it tells none.
-QTime DTPicker::typedTime() const
+void DTPicker::contextMenuEvent(QContextMenuEvent *event)
 {
-    static const QRegularExpression digitsAlone(
-        QStringLiteral("^ *([0-9]{1,2})([0-9]{2})?([0-9]{2})? *$"));
-    const QString text = lineEdit()->text();
-    if (const auto digits = digitsAlone.match(text); digits.hasMatch())
-        return QTime(digits.captured(1).toInt(), digits.captured(2).toInt(),
-                     digits.captured(3).toInt());
-    try {
-        return parseDateAndTime(text).time;
-    } catch (const Failure &) {
-        return {};
-    }
+    auto *menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->addAction(QStringLiteral("&Copy"), lineEdit(), &QLineEdit::copy);
+    menu->addAction(QStringLiteral("&Paste"), this,
+                    [this] { paste(QApplication::clipboard()->text()); })
+        ->setEnabled(!isReadOnly());
+    menu->popup(event->globalPos());
 }
 
-/// Shows `time` in the user's format, or in the shortest one where that does not fit.
-void DTPicker::show(const QTime &time)
+void DTPicker::dragEnterEvent(QDragEnterEvent *event)
+{
+    if (event->mimeData()->hasText() && !isReadOnly())
+        event->acceptProposedAction();
+}
+
+void DTPicker::dropEvent(QDropEvent *event)
+{
+    event->setDropAction(Qt::CopyAction);
+    event->accept();
+    paste(event->mimeData()->text());
+}
+
+void DTPicker::setTime(const QTime &time)
+{
+    m_value = time;
+    m_text = regionalFits() ? formatTimeOfDay(time, locale()) : time.toString(u"HH:mm:ss");
+    m_groups = partsOfTime(m_text, locale());
+    lineEdit()->setText(m_text);
+}
+
+/// Whether there is room for every time in the user's format; one form is shown for all of them.
+bool DTPicker::regionalFits() const
 {
     QStyleOptionSpinBox option;
     initStyleOption(&option);
-    const int room =
-        style()
-            ->subControlRect(QStyle::CC_SpinBox, &option, QStyle::SC_SpinBoxEditField, this)
-            .width();
-    const QString regional = formatTimeOfDay(time);
-    const bool fits = QFontMetrics(font()).horizontalAdvance(formatTimeOfDay({22, 58, 58})) <= room;
-    lineEdit()->setText(fits ? regional : time.toString(u"HH:mm:ss"));
-    m_value = time;
+    const QRect field =
+        style()->subControlRect(QStyle::CC_SpinBox, &option, QStyle::SC_SpinBoxEditField, this);
+    const QFontMetrics metrics(font());
+    return std::ranges::all_of(std::array{QTime(10, 58, 58), QTime(22, 58, 58)}, [&](QTime time) {
+        const QString text = formatTimeOfDay(time, locale());
+        return metrics.horizontalAdvance(text) <= field.width() - LineMargins;
+    });
 }
 
-/// The given group of digits; an empty one behind the text when there are not so many.
-DTPicker::Group DTPicker::group(int index) const
+bool DTPicker::allSelected() const
 {
-    static const QRegularExpression digits(QStringLiteral("\\d+"),
-                                           QRegularExpression::UseUnicodePropertiesOption);
-    auto groups = digits.globalMatch(lineEdit()->text());
-    for (int i = 0; groups.hasNext(); ++i) {
-        const auto match = groups.next();
-        if (i == index)
-            return {match.capturedStart(), match.capturedLength()};
+    return lineEdit()->selectedText() == m_text;
+}
+
+/// The group of the given kind; one behind the last when there is none.
+qsizetype DTPicker::group(TimePart::Kind kind) const
+{
+    return std::ranges::find(m_groups, kind, &TimePart::kind) - m_groups.begin();
+}
+
+/// The group that the cursor at `position` stands in or behind; the first one before it.
+qsizetype DTPicker::groupAt(int position) const
+{
+    const auto behind = std::ranges::upper_bound(m_groups, position, {}, &TimePart::start);
+    return std::max<qsizetype>(behind - m_groups.begin() - 1, 0);
+}
+
+/// Makes the group current, as one not yet typed at; the nearest one when there is no such group.
+void DTPicker::choose(qsizetype group)
+{
+    m_current = std::clamp<qsizetype>(group, 0, m_groups.size() - 1);
+    m_firstDigit.reset();
+    m_passedOn = false;
+    select();
+}
+
+void DTPicker::chooseAll()
+{
+    choose(group(TimePart::Hours));
+    lineEdit()->selectAll();
+}
+
+void DTPicker::passOn()
+{
+    const qsizetype filled = m_current;
+    choose(filled + 1);
+    m_passedOn = m_current != filled;
+}
+
+void DTPicker::select()
+{
+    const TimePart &group = m_groups[m_current];
+    lineEdit()->setSelection(static_cast<int>(group.start), static_cast<int>(group.length));
+}
+
+void DTPicker::type(const QString &text)
+{
+    if (isReadOnly())
+        return;
+    for (const QChar character : text) {
+        if (isSeparator(character))
+            choose(m_passedOn ? m_current : m_current + 1);
+        else if (m_groups[m_current].kind == TimePart::HalfOfDay)
+            typeMark(character);
+        else if (character.isDigit())
+            typeDigit(character.digitValue());
     }
-    return {lineEdit()->text().size(), 0};
 }
 
-/// The index of the group that the cursor stands in or behind. The first one when all is
-/// selected, as when the field has been entered by the keyboard.
-int DTPicker::groupAtCursor() const
+void DTPicker::typeDigit(int digit)
 {
-    const QLineEdit *field = lineEdit();
-    if (field->selectedText() == field->text())
-        return 0;
-    int index = 0;
-    while (index + 1 < GroupCount && group(index + 1).length > 0 &&
-           group(index + 1).start <= field->cursorPosition())
-        ++index;
-    return index;
+    const int count = Units[m_groups[m_current].kind].count;
+    const int number = m_firstDigit.value_or(0) * 10 + digit;
+    if (number >= count)
+        return;
+    const bool full = m_firstDigit || number * 10 >= count;
+    setCurrent(full && number == 0 ? 0 : inHalf(number));
+    if (full) {
+        passOn();
+    } else {
+        m_firstDigit = digit;
+        m_passedOn = false;
+    }
 }
 
-void DTPicker::select(int index)
+void DTPicker::typeMark(QChar letter)
 {
-    const Group selected = group(index);
-    lineEdit()->setSelection(static_cast<int>(selected.start), static_cast<int>(selected.length));
+    const bool inMorning = locale().amText().contains(letter, Qt::CaseInsensitive);
+    const bool inAfternoon = locale().pmText().contains(letter, Qt::CaseInsensitive);
+    const QChar english = letter.toUpper();
+    if (inMorning == inAfternoon && english != u'A' && english != u'P')
+        return;
+    setCurrent(inMorning == inAfternoon ? english == u'P' : inAfternoon);
+    passOn();
+}
+
+/// Whether the character parts the current group from the next one.
+bool DTPicker::isSeparator(QChar character) const
+{
+    const auto [kind, start, length] = m_groups[m_current];
+    const bool last = m_current + 1 == m_groups.size();
+    const qsizetype next = last ? m_text.size() : m_groups[m_current + 1].start;
+    const QString between = m_text.mid(start + length, next - start - length);
+    return character.isSpace() || character.isPunct() || character.isSymbol() ||
+           between.contains(character, Qt::CaseInsensitive);
+}
+
+/// What the current group stands for when it shows `number`: in a 12-hour format the hours up to
+/// 12 are those of the half that is shown.
+int DTPicker::inHalf(int number) const
+{
+    const bool hours = m_groups[m_current].kind == TimePart::Hours;
+    if (!hours || group(TimePart::HalfOfDay) == m_groups.size() || number > HoursOfHalf)
+        return number;
+    return number % HoursOfHalf + (m_value.hour() < HoursOfHalf ? 0 : HoursOfHalf);
+}
+
+/// Sets the number that the current group stands for, hours as 0 to 23, and nothing else.
+void DTPicker::setCurrent(int number)
+{
+    const Unit &unit = Units[m_groups[m_current].kind];
+    setTime(m_value.addSecs((number - unit.numberIn(m_value)) * unit.seconds));
+    select();
+}
+
+void DTPicker::erase()
+{
+    if (isReadOnly())
+        return;
+    if (allSelected())
+        setTime(QTime(0, 0));
+    else if (m_groups[m_current].kind != TimePart::HalfOfDay)
+        setCurrent(inHalf(0));
+    choose(m_current);
+}
+
+void DTPicker::paste(const QString &text)
+{
+    if (isReadOnly())
+        return;
+    if (const QTime time = readNumbersAsTime(text, locale()); time.isValid())
+        setTime(time);
+    choose(m_current);
 }

@@ -1,13 +1,35 @@
 #pragma once
 
-#include <QAbstractSpinBox>
-#include <QDate>
-#include <QTime>
+#include "platform/text/RegionalFormat.h"
 
-/// A picker of a time of day, in the user's long format: an edit field that takes any text that
-/// tells a time, digits alone too ("7:30", "073015"), and spin buttons and arrow keys that step
-/// the hours, minutes or seconds at the cursor. Text that tells no time falls back to the value
-/// before it.
+#include <QAbstractSpinBox>
+
+#include <optional>
+
+/// A picker of a time of day, in the user's long format (as HH:mm:ss where that is too wide). It
+/// always shows a time, and what it shows is its value.
+///
+/// The hours, minutes, seconds and, in a 12-hour format, the half of the day are groups. One of
+/// them is current; it is selected, and keys, wheel and spin buttons act on it:
+/// - Digits, of any script, replace the group; it passes on to the next group when it is full or
+///   no second digit can follow. A digit that would make it too large is not taken. In a 12-hour
+///   format 1 to 12 stay in their half, 13 to 23 are hours of the afternoon and 00 is midnight.
+/// - A separator, or a letter that stands behind the group, steps to the next group, unless the
+///   last digit has just passed on to it. Other letters are not taken.
+/// - A, P and the letters by which the format's own marks differ choose the half of the day.
+/// - Left, Right, Home, End and a click choose the group; entering the field by a key chooses the
+///   hours, which are also the group of a field not yet touched. The wheel chooses the group
+///   under the pointer. Up, Down, the wheel and the spin buttons step the group, around its end.
+/// - Delete, Backspace and Cut make the group 00 (the hours of a 12-hour format 12, in their half),
+///   or all of it midnight when all is selected. Right after a group has passed on, Backspace goes
+///   back to it.
+/// - What is pasted or dropped replaces all, as readNumbersAsTime reads it; when it gives no time
+///   it is not taken.
+/// - Enter, Esc and Tab are left to the window.
+///
+/// The picker keeps the groups and the digit typed so far, and never reads its own text again.
+/// QTimeEdit does, and in 6.4 loses digits typed after a click, reads "7:30" as 07:15:30 and takes
+/// a paste in its own format alone; so this is a field of its own.
 class DTPicker : public QAbstractSpinBox
 {
 public:
@@ -17,33 +39,54 @@ public:
 
     explicit DTPicker(QWidget *parent);
 
-    /// The time that the field tells, also while it is being typed.
-    QTime Value() const;
+    /// The time that the field shows, in whole seconds, also while it is being typed.
+    QTime Value() const { return m_value; }
 
-    /// Takes a text that tells a time of day. Failure 13, with the old value kept, when it tells
+    /// Takes a text that gives a time of day. Failure 13, with the old value kept, when it gives
     /// none, or has a date out of range with it.
     void Value(const QString &text);
 
     void stepBy(int steps) override;
 
+    /// Nothing but the picker itself changes the text: any other change is undone at once.
+    QValidator::State validate(QString &input, int &position) const override;
+
 protected:
-    StepEnabled stepEnabled() const override { return StepUpEnabled | StepDownEnabled; }
+    StepEnabled stepEnabled() const override;
+    bool event(QEvent *event) override;
     bool eventFilter(QObject *field, QEvent *event) override;
+    void focusInEvent(QFocusEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
-    void focusOutEvent(QFocusEvent *event) override;
+    void wheelEvent(QWheelEvent *event) override;
+    void contextMenuEvent(QContextMenuEvent *event) override;
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dropEvent(QDropEvent *event) override;
 
 private:
-    /// The hours, minutes and seconds are the first three groups of digits in the field.
-    struct Group {
-        qsizetype start;
-        qsizetype length;
-    };
+    void setTime(const QTime &time);
+    bool regionalFits() const;
+    bool allSelected() const;
 
-    QTime typedTime() const;
-    void show(const QTime &time);
-    Group group(int index) const;
-    int groupAtCursor() const;
-    void select(int index);
+    qsizetype group(TimePart::Kind kind) const;
+    qsizetype groupAt(int position) const;
+    void choose(qsizetype group);
+    void chooseAll();
+    void passOn();
+    void select();
+
+    void type(const QString &text);
+    void typeDigit(int digit);
+    void typeMark(QChar letter);
+    bool isSeparator(QChar character) const;
+    int inHalf(int number) const;
+    void setCurrent(int number);
+    void erase();
+    void paste(const QString &text);
 
     QTime m_value{0, 0};
+    QString m_text;                  ///< the value as it is shown
+    QList<TimePart> m_groups;        ///< of m_text
+    qsizetype m_current = 0;         ///< an index of m_groups
+    std::optional<int> m_firstDigit; ///< of the current group, while a second one may follow
+    bool m_passedOn = false;         ///< the last key filled the group before the current one
 };
