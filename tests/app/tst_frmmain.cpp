@@ -1,7 +1,10 @@
 #include "app/App.h"
 #include "app/frmMain.h"
 #include "platform/host/EventLoopHost.h"
+#include "platform/serial/TermiosComm.h"
 #include "platform/text/RegionalFormat.h"
+#include "platform/windows/DesktopHost.h"
+#include "tests/support/PaintCounter.h"
 #include "tests/support/RecordingHost.h"
 #include "tests/support/Table.h"
 #include "tests/support/TemporaryHome.h"
@@ -9,6 +12,7 @@
 #include "tools/virtual-reader/VirtualReader.h"
 
 #include <QComboBox>
+#include <QMessageBox>
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -184,6 +188,81 @@ private Q_SLOTS:
         QTRY_VERIFY(Bench::dialog());
         QCOMPARE(Bench::shown()[1], "");
         QVERIFY(t.host.boxes.isEmpty());
+
+        // A look-up that fails leaves the name empty, and the punch is stored.
+        t.reader->send("\2;1002?\3");
+        QTRY_COMPARE(Bench::shown().first(), "Bert Sample");
+        t.database.run("DROP TABLE Employee");
+        t.reader->send("\2;1003?\3");
+        QTRY_COMPARE(Bench::shown()[1], "1003");
+        QCOMPARE(Bench::shown().first(), "");
+        QTRY_VERIFY(t.stored().endsWith("1003,0"));
+    }
+
+    /// What follows a showing may block, so a window on the screen shows its new texts at once.
+    void shown_again_it_is_painted_at_once()
+    {
+        frmPunchInformation form;
+        form.Show();
+        QVERIFY(QTest::qWaitForWindowExposed(&form));
+        form.txtEmployee->Text("A");
+        QCoreApplication::processEvents();
+        PaintCounter paints;
+        form.txtEmployee->installEventFilter(&paints);
+        form.txtEmployee->Text("B");
+        form.Show();
+        QVERIFY(paints.count > 0);
+    }
+
+    /// Another program holds the database for a moment: the person sees the punch meanwhile.
+    void a_punch_is_seen_while_the_store_waits()
+    {
+        class Holder : public QObject
+        {
+        public:
+            explicit Holder(Bench &bench) : m_bench(bench)
+            {
+                m_other.ConnectionString(bench.database.connectionString());
+                Statement(m_other, "BEGIN IMMEDIATE").execute();
+            }
+            bool eventFilter(QObject *watched, QEvent *event) override
+            {
+                const bool isPainted =
+                    event->type() == QEvent::Paint && watched->objectName() == "txtBadgeNumber";
+                if (isPainted && m_bench.environment.conOV.onLocked && shown.isEmpty()) {
+                    shown = Bench::shown();
+                    Statement(m_other, "COMMIT").execute();
+                }
+                return false;
+            }
+            QStringList shown;
+
+        private:
+            Bench &m_bench;
+            Connection m_other;
+        };
+        Bench t(home);
+        t.environment.conOV.CommandTimeout = std::chrono::seconds(3);
+        Holder holder(t);
+        QTRY_VERIFY(t.host.passes > 0);
+        qApp->installEventFilter(&holder);
+        t.reader->send("\2;1001?\3");
+        QTRY_VERIFY(!t.stored().isEmpty() || !t.host.boxes.isEmpty());
+        QCOMPARE(holder.shown.value(1), "1001");
+        QVERIFY(t.host.boxes.isEmpty());
+    }
+
+    /// A message box shows its text as it is.
+    void boxes_are_plain_text()
+    {
+        QString shown;
+        QTimer::singleShot(0, qApp, [&] {
+            auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+            shown = box && box->textFormat() == Qt::PlainText ? box->text() : QString();
+            QApplication::activeModalWidget()->close();
+        });
+        DesktopHost().MsgBox("a<b>c", "1", MsgBoxIcon::None);
+        QCOMPARE(shown, "a<b>c");
     }
 
     void tracks_data()
@@ -370,6 +449,24 @@ private Q_SLOTS:
         QTRY_COMPARE(t.digits(), "123456");
         QVERIFY(t.host.boxes.isEmpty());
         QVERIFY(t.stored().isEmpty());
+    }
+
+    /// Settings that cannot be used close the port that was open.
+    void unusable_settings_give_the_line_back()
+    {
+        Bench t(home);
+        QTRY_VERIFY(t.host.passes > 0);
+        home.writeSettings("[Communication]\nBaudRate=3\n");
+        QTimer user;
+        QObject::connect(&user, &QTimer::timeout, [&] {
+            if (QWidget *options = Bench::topLevel("frmOptions"))
+                QTest::keyClick(options, Qt::Key_Escape);
+        });
+        user.start(5);
+        t.click(t.window->face.cmdCtrl(0));
+        TermiosComm other([&](std::int16_t) { return t.reader->device(); });
+        other.PortOpen(true);
+        QVERIFY(other.PortOpen());
     }
 
     void ways_out()

@@ -2,6 +2,7 @@
 #include "clock/ClockFace.h"
 #include "platform/text/RegionalFormat.h"
 #include "platform/windows/Appearance.h"
+#include "tests/support/PaintCounter.h"
 #include "tests/support/Table.h"
 
 #include <QAccessible>
@@ -88,21 +89,14 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitForWindowExposed(window.get()));
         face->img(53)->ZOrder();
         QCoreApplication::processEvents();
-        struct PaintCounter : QObject {
-            bool eventFilter(QObject *, QEvent *event) override
-            {
-                paints += event->type() == QEvent::Paint;
-                return false;
-            }
-            int paints = 0;
-        } counter;
+        PaintCounter counter;
         for (int d = 0; d < 10; ++d)
             face->img(50 + d)->installEventFilter(&counter);
         face->img(53)->ZOrder();
         QCoreApplication::processEvents();
-        QCOMPARE(counter.paints, 0);
+        QCOMPARE(counter.count, 0);
         face->img(54)->ZOrder();
-        QTRY_COMPARE(counter.paints, 1);
+        QTRY_COMPARE(counter.count, 1);
     }
 
     void selecting()

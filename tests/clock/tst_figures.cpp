@@ -98,6 +98,13 @@ private Q_SLOTS:
         QTEST(runs.join(' '), "columns");
     }
 
+    void a_dense_display_has_more_pixels_of_the_same_size()
+    {
+        const QImage image = drawFigure(8, 2);
+        QCOMPARE(image.size(), QSize(FigureWidth, FigureHeight) * 2);
+        QCOMPARE(image.deviceIndependentSize(), QSizeF(FigureWidth, FigureHeight));
+    }
+
     void extent_data()
     {
         Table<int> row("digit");

@@ -153,10 +153,10 @@ private Q_SLOTS:
     void waiting_bytes_are_bounded_and_output_does_not_block()
     {
         OpenLine line;
-        line.reader.send(QByteArray(1500, 'a'));
+        line.reader.send(QByteArray(1000, 'a') + QByteArray(500, 'b'));
         QTRY_COMPARE(line.comm.InBufferCount(), std::int16_t(1024));
         QTest::qWait(0); // lets the rest, if any, come in and be dropped
-        QCOMPARE(line.comm.Input(), QByteArray(1024, 'a'));
+        QCOMPARE(line.comm.Input(), QByteArray(1000, 'a') + QByteArray(24, 'b'));
 
         QByteArray much;
         for (int i = 0; i < 20000; ++i)
@@ -166,6 +166,23 @@ private Q_SLOTS:
         QByteArray arrived;
         QTRY_VERIFY((arrived += line.reader.receive(0)).size() == much.size());
         QVERIFY(arrived == much);
+    }
+
+    void a_reader_takes_away_its_own_link_alone()
+    {
+        const TemporaryHome home;
+        const QString link = home.path("COM1");
+        auto first = std::make_unique<VirtualReader>();
+        first->linkAt(link);
+        auto second = std::make_unique<VirtualReader>();
+        second->linkAt(link);
+        first.reset();
+        QCOMPARE(QFile::symLinkTarget(link), second->device());
+        QVERIFY(QFile::link("/dev/null", home.path("COM2")));
+        QVERIFY_EXCEPTION_THROWN(second->linkAt(home.path("COM2")), Failure);
+        second.reset();
+        QVERIFY(!QFileInfo(link).isSymLink());
+        QCOMPARE(QFile::symLinkTarget(home.path("COM2")), "/dev/null");
     }
 
     /// Whether the loss is met by an event, by looking for input or by sending.

@@ -68,6 +68,7 @@ private Q_SLOTS:
                 row(locale, bad, 0.0, 13);
         }
         row("ko_KR", "\uC624\uD6C4 5:30", afternoon, 0); // the mark for PM comes first
+        row("ar_EG", "\u0661\u0667:\u0663\u0660", afternoon, 0);
         row("en_US", "12:00:00 am", 0.0, 0);
         row("en_US", "12:00:00 PM and more", 0.0, 13);
         row("en_US", "13:00:00 PM", 0.0, 13);
@@ -111,6 +112,7 @@ private Q_SLOTS:
         QCOMPARE(formatLongDate(moment, american), QStringLiteral("Monday, March 9, 2026"));
         QCOMPARE(formatDateTime(moment, american), QStringLiteral("3/9/26 9:05:07 AM"));
         QCOMPARE(formatDateTime(moment, german), QStringLiteral("09.03.26 09:05:07"));
+        QVERIFY(formatDateTime(moment, QLocale("ca_ES")).endsWith(" 9:05:07")); // without "()"
     }
 };
 
