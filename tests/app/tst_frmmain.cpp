@@ -109,6 +109,14 @@ private Q_SLOTS:
             first.reset();
             QVERIFY(!App::InstanceLock().PrevInstance());
         }
+
+        // So does one that knows of another settings folder, by the run-time folder.
+        qputenv("XDG_RUNTIME_DIR", home.path(".").toUtf8());
+        const App::InstanceLock first;
+        const TemporaryHome elsewhere;
+        const bool meets = App::InstanceLock().PrevInstance();
+        qputenv("XDG_CONFIG_HOME", home.path(".").toUtf8());
+        QVERIFY(meets);
     }
 
     /// Many starts at once, some of which know of no run-time folder.
@@ -181,11 +189,14 @@ private Q_SLOTS:
         QCOMPARE(t.database.run("SELECT ID, RecordCount FROM RawData"), "0|2");
 
         // Closed, by any of its ways, it comes anew with the next swipe.
-        QTest::keyClick(Bench::dialog(), Qt::Key_Escape);
-        QVERIFY(!Bench::dialog());
-        QTRY_VERIFY(!first);
-        t.reader->send("\2%X?\3");
-        QTRY_VERIFY(Bench::dialog());
+        for (const Qt::Key key : {Qt::Key_Escape, Qt::Key_Enter, Qt::Key_Return}) {
+            Bench::dialog()->findChild<QAbstractButton *>("cmdCtrl")->setFocus();
+            QTest::keyClick(Bench::dialog(), key);
+            QVERIFY(!Bench::dialog());
+            QTRY_VERIFY(!first);
+            t.reader->send("\2%X?\3");
+            QTRY_VERIFY(Bench::dialog());
+        }
         QCOMPARE(Bench::shown()[1], "");
         QVERIFY(t.host.boxes.isEmpty());
 

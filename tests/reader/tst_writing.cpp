@@ -1,6 +1,7 @@
 #include "platform/serial/TermiosComm.h"
 #include "tests/support/ReaderBench.h"
 #include "tests/support/Table.h"
+#include "tools/virtual-reader/ReaderProtocol.h"
 #include "tools/virtual-reader/VirtualReader.h"
 
 static const QByteArray Accepted("\2\6\3");
@@ -244,6 +245,17 @@ private Q_SLOTS:
         QCOMPARE(line.sent, QByteArrayList{QByteArray::fromHex(frame)});
         QCOMPARE(driver.Settings(), QStringLiteral("as it was"));
         QCOMPARE(driver.BCC(), False);
+    }
+
+    void a_reader_that_refuses_a_line_keeps_its_block_check()
+    {
+        ReaderProtocol reader;
+        for (const auto &[manner, checks] : {std::pair(ReaderProtocol::Manner::Nak, false),
+                                             std::pair(ReaderProtocol::Manner::Accept, true)}) {
+            reader.manner = manner;
+            reader.receive(QByteArray::fromHex("021B531703"));
+            QCOMPARE(reader.blockCheck, checks);
+        }
     }
 
     /// The answer of a reader at the given poll, the hundredth of a second after the last one;

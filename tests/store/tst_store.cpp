@@ -135,6 +135,7 @@ private Q_SLOTS:
         row("leading zeros", "", "00123", "Lea Leadingzero", "");
         row("unknown", "", "123", "Unknown", "");
         row("empty", "", "", "Unknown", "");
+        row("wild cards", "", "100_", "Unknown", "");
         row("quotes", "", "x' OR '1'='1", "Unknown", "");
         row("Null name", loose, "1", "before", "94: Invalid use of Null");
         row("empty name", loose, "2", "", "");
