@@ -4,8 +4,8 @@
 namespace Initial
 {
 
-/// Starts the program and runs it to its end. Arguments after the first change nothing. Another
-/// instance of this user ends at once, silently, with status 0.
+/// Starts the program, runs it to its end and returns its status. Command-line arguments have no
+/// effect. While this user runs an instance already it returns 0 at once, silently.
 int Main(int argc, char *argv[]);
 
 } // namespace Initial

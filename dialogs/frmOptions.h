@@ -17,7 +17,8 @@
 #include <span>
 
 /// The one place where the user edits the seven settings. It is made afresh for each showing:
-/// it loads every setting when it is made, "OK" writes all seven, "Cancel" none.
+/// it loads every setting when it is made, "OK" writes all seven, "Cancel" none. A write that fails
+/// shows a message box and leaves the dialog open, with the settings before it written.
 class frmOptions : public QDialog
 {
 public:

@@ -103,7 +103,7 @@ frmPunchInformation::frmPunchInformation()
     cmdCtrl->setObjectName(QStringLiteral("cmdCtrl"));
     place(*cmdCtrl, CloseButton);
     connect(cmdCtrl, &QPushButton::clicked, this, &QWidget::close);
-    cancelButton(cmdCtrl);
+    setCancelButton(cmdCtrl);
 }
 
 void frmPunchInformation::Show()

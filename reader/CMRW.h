@@ -67,8 +67,8 @@ public:
     /// checked in order before the port is looked at: Track1NotAllowed, Track2NotAllowed or
     /// Track3NotAllowed, with nothing sent. NotConnected, InvalidCard (the reader answered NAK),
     /// WriteTimeOut (it answered 29) or Cancelled otherwise; an answer that comes after Cancel is
-    /// met by the next read. An answer of one byte, and a text of more than 32767 characters, are
-    /// failures.
+    /// met by the next read or write. An answer of one byte, and a text of more than 32767
+    /// characters, are failures.
     std::int32_t WriteTracks(std::int16_t i_iTimeout, QString i_sTrack1, QString i_sTrack2,
                              QString i_sTrack3);
 
@@ -102,9 +102,10 @@ public:
     std::int32_t DownloadCommand(QByteArray &o_bSpec);
 
     /// Sets the reader's line. `i_sBaudRate`: rate, comma, parity letter in lower case, then
-    /// anything, as in "9600,e,8,1"; rates 1200, 2400, 4800 and 9600; a text that is none of the
-    /// known ones counts as 1200, or as odd parity. `i_blnBCC`: exactly True asks for a block
-    /// check byte in what is written. `i_sOldParity`: the parity letter of the line as it is now.
+    /// anything, as in "9600,e,8,1"; rates 1200, 2400, 4800 and 9600; parities o, e, m, s and n,
+    /// the last two being sent alike; a text that is none of these counts as 1200, or as odd
+    /// parity. `i_blnBCC`: exactly True asks for a block check byte in what is written.
+    /// `i_sOldParity`: the parity letter of the line as it is now.
     ///
     /// Results as for DownloadCommand, TimeOut after about 1.1 s. Neither BCC nor Settings nor
     /// the open port change: the caller brings them into line with the reader. On a closed port,
@@ -126,7 +127,8 @@ public:
     /// Ends the read or write that is waiting. Without effect when none is.
     void Cancel() { m_blnCancel = True; }
 
-    /// Which end sentinel the last read has found first: 0 for "?", 1 for "<".
+    /// Which end sentinel came first in the last read that met one: 0 for "?", 1 for "<"; 0 at
+    /// first.
     std::int32_t ReadTrackDataType() const { return m_lReadTrackDataType; }
 
 private:

@@ -10,8 +10,9 @@
 QString connectionString(const QString &programFolder);
 
 /// The time database: one connection, and four named commands with a recordset each. The first
-/// command call opens the connection; nothing ever closes it. A command fills its recordset and
-/// leaves it open on its first row until somebody closes it. Failures go to the caller.
+/// command call opens the connection, which then stays open for as long as the path names the same
+/// file. A command fills its recordset and leaves it open on its first row until somebody closes
+/// it. Failures go to the caller.
 ///
 /// The tables, with the columns that the system uses:
 ///

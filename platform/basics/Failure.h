@@ -24,7 +24,8 @@ struct Failure {
     /// One of the known failures, in its own words, with the file or the name that it is about.
     explicit Failure(Known known, const QString &subject = {});
 
-    /// `number`: SQLite's extended result code for the database, `errno` for the serial line.
+    /// `failureNumber`: SQLite's extended result code for the database, `errno` for the serial
+    /// line.
     Failure(std::int32_t failureNumber, QString failureDescription);
 
     /// A failed call of the operating system: `errno` with its text.

@@ -17,8 +17,8 @@ enum LockTypeEnum { adLockReadOnly = 1, adLockOptimistic = 3 };
 enum SearchDirectionEnum { adSearchForward = 1 };
 enum ObjectStateEnum { adStateClosed = 0, adStateOpen = 1 };
 
-/// A named command of a data environment. Every result is static and kept by the client
-/// (adOpenStatic, adUseClient), whole (MaxRecords 0).
+/// A named command of a data environment. Every result is that of the moment of the call, and
+/// whole, as with adOpenStatic, adUseClient and MaxRecords 0.
 struct Command {
     const char *CommandText; ///< a query, or the name of a table in back quotes
     CommandTypeEnum CommandType;
@@ -56,8 +56,8 @@ public:
 
     /// Goes to the first row, from the current one on, that included, that meets `Criteria`, a
     /// condition in the words of the database; with none, there is no current row any more.
-    /// Only in the result of a table command, and only with SkipRecords 0 and adSearchForward:
-    /// anything else is failure 3251.
+    /// A pending row or change is dropped. Only in the result of a table command, and only with
+    /// SkipRecords 0 and adSearchForward: anything else is failure 3251.
     void Find(const QString &Criteria, std::int32_t SkipRecords, std::int32_t SearchDirection);
 
     /// Whether there is no current row. (EOF itself is a macro of the C library.)

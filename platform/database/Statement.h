@@ -11,7 +11,8 @@
 #include <memory>
 #include <vector>
 
-/// One statement, from its preparation to its end. It must not outlive the use it is made for: a
+/// One statement, from its preparation to its end. Every operation can fail with a failure of the
+/// connection. A statement must not outlive the use it is made for: a
 /// statement that is not finished locks the file for everybody else.
 class Statement
 {

@@ -12,7 +12,7 @@
 enum class MsgBoxIcon { None, Critical };
 
 /// What procedures need of the machine: the one seam between them and the outside world.
-/// The program has one real host; tests have one that records and scripts.
+/// A program has one real host; tests have one that records and scripts.
 class Host
 {
 public:

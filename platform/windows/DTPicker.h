@@ -42,8 +42,8 @@ public:
     /// The time that the field shows, in whole seconds, also while it is being typed.
     QTime Value() const { return m_value; }
 
-    /// Takes a text that gives a time of day. Failure 13, with the old value kept, when it gives
-    /// none, or has a date out of range with it.
+    /// Takes a text that parseDateAndTime reads; a date alone gives midnight. Failure 13, with the
+    /// old value kept, when it cannot be read, or its date is out of range.
     void Value(const QString &text);
 
     void stepBy(int steps) override;

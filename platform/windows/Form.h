@@ -19,7 +19,7 @@ public:
 
 protected:
     /// The button that Esc presses; none at first.
-    void cancelButton(QAbstractButton *button) { m_cancelButton = button; }
+    void setCancelButton(QAbstractButton *button) { m_cancelButton = button; }
 
     /// Esc presses the cancel button, Enter the button that has the focus.
     void keyPressEvent(QKeyEvent *event) override;

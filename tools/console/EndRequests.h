@@ -19,7 +19,7 @@ public:
         m_requests = FileDescriptor(signalfd(-1, &m_signals, SFD_CLOEXEC));
     }
 
-    /// Takes the requests that have come, which were met, so that they do not end the process.
+    /// Discards the requests that have come: they were met and must not end the process.
     ~EndRequests()
     {
         const timespec noWait = {};

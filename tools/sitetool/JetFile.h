@@ -34,7 +34,7 @@ struct JetTable {
     std::vector<JetColumn> columns;
 };
 
-/// A row's bytes, a field a column; none for Null and for no.
+/// A row's bytes, one field per column; none for Null, and for a yes-or-no that is no.
 using JetRow = std::vector<std::optional<QByteArray>>;
 
 /// A database of Microsoft Jet 3 or later, opened for reading only. libmdb finds the pages, the
