@@ -115,8 +115,14 @@ private Q_SLOTS:
         const App::InstanceLock first;
         const TemporaryHome elsewhere;
         const bool meets = App::InstanceLock().PrevInstance();
+
+        // The very first start makes the settings folder that the next one meets it in.
+        qputenv("XDG_CONFIG_HOME", elsewhere.path("new").toUtf8());
+        qunsetenv("XDG_RUNTIME_DIR");
+        const App::InstanceLock veryFirst;
+        const bool meetsVeryFirst = App::InstanceLock().PrevInstance();
         qputenv("XDG_CONFIG_HOME", home.path(".").toUtf8());
-        QVERIFY(meets);
+        QVERIFY(meets && !veryFirst.PrevInstance() && meetsVeryFirst);
     }
 
     /// Many starts at once, some of which know of no run-time folder.

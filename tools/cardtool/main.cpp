@@ -1,3 +1,4 @@
+#include "app/settings/Choices.h"
 #include "app/settings/SerialDevice.h"
 #include "platform/basics/Failure.h"
 #include "platform/host/EventLoopHost.h"
@@ -75,19 +76,17 @@ struct Options {
                                  QStringLiteral("letter")};
 };
 
-/// One parity of the reader's line: its letter, its name, and the data and stop bits with which
-/// the clock can use it, null for none.
+/// One parity of the reader's line: its letter and its name.
 struct Parity {
     char letter;
     const char *name;
-    const char *clockBits;
 };
 
 /// The same is sent for s and n.
 constexpr std::array Parities{
-    Parity{'o', "odd parity", "7,1"},         Parity{'e', "even parity", nullptr},
-    Parity{'m', "mark parity", nullptr},      Parity{'s', "no or space parity", "7,1"},
-    Parity{'n', "no or space parity", "8,1"},
+    Parity{'o', "odd parity"},         Parity{'e', "even parity"},
+    Parity{'m', "mark parity"},        Parity{'s', "no or space parity"},
+    Parity{'n', "no or space parity"},
 };
 
 /// A line as set-line takes it, in lower case: rate, parity letter and, if given, the other bits.
@@ -103,8 +102,12 @@ struct ReaderLine {
     /// Whether the clock's options offer this line; bits that are not given are left to the reader.
     bool suitsClock() const
     {
-        return rate != u"1200" && parity.clockBits &&
-               (bits.isEmpty() || bits == QLatin1String(parity.clockBits));
+        const auto begins = [](const QString &text) {
+            return [text](const char *choice) { return QLatin1String(choice).startsWith(text); };
+        };
+        const QString format = QLatin1Char(parity.letter) + QStringLiteral(",") + bits;
+        return std::ranges::any_of(Choices::BaudRates, begins(rate)) &&
+               std::ranges::any_of(Choices::LineFormats, begins(format.toUpper()));
     }
 
     QString rate;
