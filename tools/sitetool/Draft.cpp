@@ -24,6 +24,14 @@ namespace
                       .arg(target, QString::fromLocal8Bit(strerror(errno)))};
 }
 
+/// Whether new files in the folder of `path` belong to its group.
+bool isShared(const QString &path)
+{
+    struct stat folder = {};
+    return ::stat(QFile::encodeName(QFileInfo(path).path()).constData(), &folder) == 0 &&
+           (folder.st_mode & S_ISGID) != 0;
+}
+
 bool sync(const QByteArray &path)
 {
     const FileDescriptor file(::open(path.constData(), O_RDONLY | O_CLOEXEC));
@@ -53,7 +61,8 @@ Draft::Draft(const QString &target)
     constexpr mode_t AsUmaskAllows = 0666;
     const FileDescriptor file(
         ::open(m_path.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, AsUmaskAllows));
-    if (!file)
+    constexpr mode_t OfTheGroup = 0660;
+    if (!file || (isShared(target) && ::fchmod(file.get(), OfTheGroup) != 0))
         failToMake(target);
 }
 

@@ -14,8 +14,9 @@ QString databaseNamed(const QString &file);
 class Draft
 {
 public:
-    /// Makes the draft, empty, with the permissions that the umask gives. Throws NotDone when the
-    /// name is taken or the folder takes no file.
+    /// Makes the draft, empty, with the permissions that the umask gives; in a folder that shares
+    /// its files with a group (set-group-ID), that group may write it whatever the umask is, and
+    /// nobody else may read it. Throws NotDone when the name is taken or the folder takes no file.
     explicit Draft(const QString &target);
     ~Draft();
     Draft(const Draft &) = delete;

@@ -181,6 +181,38 @@ private Q_SLOTS:
         QCOMPARE(t.rows.RecordCount(), 0);
     }
 
+    /// As in an installed system, where the data lie apart from the program.
+    void a_link_stands_for_the_file_that_it_names()
+    {
+        Fixture t("INSERT INTO RawData VALUES (7, 1, NULL, 'MSR')");
+        QTemporaryDir program;
+        const QString link = program.filePath(QStringLiteral("Orvanta.mdb"));
+        QVERIFY(QFile::link(t.database.file(), link));
+        t.connection.ConnectionString(connectionString(program.path()));
+
+        Connection other;
+        other.ConnectionString(t.database.connectionString());
+        Statement(other, "BEGIN IMMEDIATE").execute();
+        int waits = 0;
+        t.connection.onLocked = [&] {
+            ++waits;
+            Statement(other, "COMMIT").execute();
+        };
+        Statement(t.connection, "BEGIN IMMEDIATE").execute();
+        Statement(t.connection, "UPDATE RawData SET RecordCount = 2").execute();
+        QCOMPARE(waits, 1);
+        QVERIFY(QFile::exists(t.database.file() + "-journal"));
+        QVERIFY(!QFile::exists(link + "-journal"));
+        Statement(t.connection, "COMMIT").execute();
+        QCOMPARE(t.database.run("SELECT RecordCount FROM RawData"), QStringLiteral("2"));
+
+        const TestDatabase replacement("INSERT INTO RawData VALUES (8, 1, NULL, 'MSR')");
+        QCOMPARE(std::rename(qPrintable(replacement.file()), qPrintable(t.database.file())), 0);
+        t.rows.Open(Batches);
+        QCOMPARE(t.rows.Fields("ID").toInt(), 8);
+        QVERIFY(QFileInfo(link).isSymLink());
+    }
+
     void a_read_only_file_is_a_failure()
     {
         Fixture t;
