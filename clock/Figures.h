@@ -12,7 +12,7 @@ inline constexpr int ColonFigure = 10;
 /// a fault of the caller.
 ///
 /// The image is FigureWidth x FigureHeight at a display of `pixelRatio` (above 0) device pixels a
-/// pixel, a fraction of a device pixel made whole. It is Format_RGB32, painted all over: green on
-/// black, its edges smoothed with fifteen shades between the two and no other colour. The same
-/// arguments give the same pixels at every call.
+/// pixel, rounded up to whole ones. It is Format_RGB32, painted all over: green on black, its edges
+/// smoothed with fifteen shades between the two and no other colour. The same arguments give the
+/// same pixels at every call.
 QImage drawFigure(int figure, double pixelRatio = 1);

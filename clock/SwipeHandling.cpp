@@ -64,7 +64,10 @@ void SwipeHandling::punch(const QString &badgeNumber)
 
     // The store may have to wait for others; the person is to see the punch meanwhile.
     const QScopedValueRollback<std::function<void()>> whileLocked(
-        m_environment.conOV.onLocked, [this] { m_punchInformation->Refresh(); });
+        m_environment.conOV.onLocked, [this] {
+            if (m_punchInformation.IsLoaded())
+                m_punchInformation->Refresh();
+        });
     SavePunch(m_host, m_environment, badgeNumber, m_host.Now(),
               clockIn ? ClockInStatus : ClockOutStatus);
 }

@@ -9,6 +9,9 @@
 #include "platform/windows/Centring.h"
 #include "platform/windows/Form.h"
 
+#include <QIcon>
+#include <QPixmap>
+
 #include <algorithm>
 #include <array>
 
@@ -57,6 +60,17 @@ void showTime(DTPicker &picker, const UserSettings::Key &key)
     }
 }
 
+/// A transparent picture, made once.
+const QIcon &noIcon()
+{
+    static const auto *const icon = [] {
+        QPixmap nothing(16, 16);
+        nothing.fill(Qt::transparent);
+        return new QIcon(nothing);
+    }();
+    return *icon;
+}
+
 } // namespace
 
 frmOptions::frmOptions(Host &host, QWidget &owner)
@@ -66,6 +80,7 @@ frmOptions::frmOptions(Host &host, QWidget &owner)
 {
     setObjectName(QStringLiteral("frmOptions"));
     setWindowTitle(QStringLiteral("Options"));
+    setWindowIcon(noIcon()); // not its owner's
     setFixedSize(pixels(ClientWidth), pixels(ClientHeight));
     setFont(windowFont(WindowFontPoints));
 

@@ -5,11 +5,11 @@
 #include "platform/windows/Twips.h"
 
 #include <QCoreApplication>
-#include <QDeadlineTimer>
 #include <QIcon>
 #include <QPainter>
 #include <QPointer>
 #include <QPushButton>
+#include <QTimer>
 #include <QWindow>
 
 #include <array>
@@ -119,11 +119,14 @@ void frmPunchInformation::Show()
 void frmPunchInformation::Refresh()
 {
     constexpr int LongestWait = 250;
-    const QDeadlineTimer limit(LongestWait, Qt::PreciseTimer);
+    QTimer limit;
+    limit.setTimerType(Qt::PreciseTimer);
+    limit.setSingleShot(true);
+    limit.start(LongestWait);
     const QPointer<QWidget> window(this); // the window system may close it meanwhile
-    while (window && isVisible() && !windowHandle()->isExposed() && !limit.hasExpired())
-        QCoreApplication::processEvents(
-            QEventLoop::ExcludeUserInputEvents | QEventLoop::WaitForMoreEvents, LongestWait);
+    while (window && isVisible() && !windowHandle()->isExposed() && limit.isActive())
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents |
+                                        QEventLoop::WaitForMoreEvents);
     if (window)
         repaint();
 }

@@ -34,22 +34,34 @@ QString textOf(const QVariant &value)
 }
 
 /// A folder beside a file for what a write leaves there before the file's new content is whole.
-/// Whatever a killed write has left behind is in it, and goes with it.
+/// Whatever a killed write has left behind is in it, and goes at the next write; nothing else does.
 class DraftFolder
 {
 public:
     explicit DraftFolder(const QString &path) : m_folder(path + QStringLiteral(".draft"))
     {
-        m_folder.removeRecursively();
+        if (QFileInfo(m_folder.path()).isSymLink())
+            throw Failure(Failure::PathFileAccess, m_folder.path());
+        remove();
         m_folder.mkpath(QStringLiteral("."));
     }
-    ~DraftFolder() { m_folder.removeRecursively(); }
+    ~DraftFolder() { remove(); }
     Q_DISABLE_COPY_MOVE(DraftFolder)
 
     /// A name that no draft had before, for QSettings remembers files by their names.
     QString file() const { return m_folder.filePath(QString::number(m_number)); }
 
 private:
+    void remove()
+    {
+        // The drafts, and what QSettings makes beside them, have names that begin with a number.
+        for (const QString &name : m_folder.entryList(QDir::Files | QDir::Hidden)) {
+            if (name[0].isDigit())
+                m_folder.remove(name);
+        }
+        m_folder.rmdir(m_folder.path()); // which only an empty folder allows
+    }
+
     static inline int s_drafts = 0;
     const int m_number = ++s_drafts;
     QDir m_folder;
@@ -118,7 +130,9 @@ void SaveSetting(const QString &application, const QString &section, const QStri
 {
     QDir().mkpath(settingsFolder(application));
     const QFileInfo stored(storePath(application));
-    const QString path = stored.exists() ? stored.canonicalFilePath() : stored.filePath();
+    const QString path = stored.exists()      ? stored.canonicalFilePath()
+                         : stored.isSymLink() ? stored.symLinkTarget()
+                                              : stored.filePath();
     const DraftFolder folder(path);
     const QString draft = folder.file();
     if (!copied(stored, draft) || !changed(draft, address(section, key), text) ||

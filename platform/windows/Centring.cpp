@@ -31,8 +31,8 @@ public:
 private:
     QMargins margins() const { return m_window.windowHandle()->frameMargins(); }
 
-    /// A window that stands elsewhere was moved. It may also be that its arrival is yet to be
-    /// reported, which is an event again.
+    /// A window that stands elsewhere was moved, or the window system has not yet reported where it
+    /// put it; that report is an event, too.
     void centreInNewFrame()
     {
         if (margins() != m_margins && m_window.geometry() == m_place)

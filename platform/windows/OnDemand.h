@@ -18,6 +18,8 @@ public:
         return m_window.get();
     }
 
+    bool IsLoaded() const { return m_window != nullptr; }
+
     /// It may be the window's own event that unloads it, so the object goes a little later.
     void Unload()
     {

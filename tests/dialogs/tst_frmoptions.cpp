@@ -124,6 +124,15 @@ private Q_SLOTS:
         QCOMPARE(storedTime("ClockOut"), timeOfDay(QTime::fromString(first.shown()[2])));
     }
 
+    void it_has_no_icon_though_its_owner_has()
+    {
+        Dialog dialog;
+        QPixmap red(16, 16);
+        red.fill(Qt::red);
+        dialog.form.parentWidget()->setWindowIcon(red);
+        QCOMPARE(dialog.form.windowIcon().pixmap(16).toImage().pixelColor(8, 8).alpha(), 0);
+    }
+
     void the_check_box_enables_the_times()
     {
         Dialog empty;

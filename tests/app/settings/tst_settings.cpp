@@ -179,6 +179,28 @@ private Q_SLOTS:
         QCOMPARE(get("Punch", "ClockIn"), "old");
     }
 
+    void what_is_no_draft_stays()
+    {
+        const QString drafts = home.settingsFile() + ".draft";
+        QVERIFY(QDir().mkpath(drafts));
+        home.write(drafts + "/mine", "x");
+        home.write(drafts + "/7.lock", "x"); // of a write that was killed
+        save("ClockIn", "1");
+        QCOMPARE(QDir(drafts).entryList(QDir::Files), QStringList("mine"));
+        QVERIFY(QFile::rename(drafts, home.path("elsewhere")));
+        home.write(home.path("elsewhere/8"), "x");
+        QVERIFY(QFile::link(home.path("elsewhere"), drafts));
+        QCOMPARE(failureOf([] { save("ClockIn", "2"); }), 75);
+        QVERIFY(QFile::exists(home.path("elsewhere/8")));
+
+        // A link to a file that is not there yet stays a link.
+        QVERIFY(QFile::remove(drafts) && QFile::remove(home.settingsFile()));
+        QVERIFY(QFile::link(home.path("elsewhere/conf"), home.settingsFile()));
+        save("ClockIn", "3");
+        QVERIFY(QFileInfo(home.settingsFile()).isSymLink());
+        QCOMPARE(get("Punch", "ClockIn"), "3");
+    }
+
     void device_of_a_port()
     {
         QCOMPARE(serialDevice(31), QStringLiteral("/dev/ttyS30"));
