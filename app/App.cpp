@@ -1,5 +1,6 @@
 #include "app/App.h"
 
+#include "app/settings/InstanceLockFiles.h"
 #include "app/settings/SettingsStore.h"
 #include "platform/basics/ApplicationTitle.h"
 
@@ -22,14 +23,9 @@ QString Path()
 
 InstanceLock::InstanceLock()
 {
-    const QString runTimeFolder = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    const QString ownFolder = settingsFolder(ApplicationTitle);
-    QDir().mkpath(ownFolder);
+    QDir().mkpath(settingsFolder(ApplicationTitle));
 
-    for (const QString &folder : {runTimeFolder, ownFolder}) {
-        if (folder.isEmpty())
-            continue;
-        const QString path = folder + QStringLiteral("/Tavrel.lock");
+    for (const QString &path : instanceLockFiles()) {
         FileDescriptor file(
             ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
         if (!file)

@@ -5,19 +5,6 @@
 #include "platform/basics/Failure.h"
 #include "platform/text/Conversions.h"
 
-namespace
-{
-
-/// The entry at a stored position; failure 9 when there is none.
-template <typename Entries> QString choose(const Entries &choices, std::int16_t index)
-{
-    if (index < 0 || static_cast<std::size_t>(index) >= choices.size())
-        throw Failure(Failure::SubscriptOutOfRange);
-    return QString::fromLatin1(choices[static_cast<std::size_t>(index)]);
-}
-
-} // namespace
-
 void ReaderConnection::ConnectReader()
 {
     try {
@@ -42,8 +29,8 @@ void ReaderConnection::connectFromSettings()
 
     reader().Disconnect();
     reader().CommPort(port + 1);
-    reader().Settings(choose(Choices::BaudRates, rate) + u',' +
-                      choose(Choices::LineFormats, format));
+    reader().Settings(Choices::choose(Choices::BaudRates, rate) + u',' +
+                      Choices::choose(Choices::LineFormats, format));
     reader().DeviceType(0);
     reader().Connect();
 }

@@ -16,11 +16,6 @@
 namespace
 {
 
-QString storePath(const QString &application)
-{
-    return settingsFolder(application) + u'/' + application + QStringLiteral(".conf");
-}
-
 QString address(const QString &section, const QString &key)
 {
     return section + u'/' + key;
@@ -114,10 +109,15 @@ QString settingsFolder(const QString &application)
            application;
 }
 
+QString settingsFile(const QString &application)
+{
+    return settingsFolder(application) + u'/' + application + QStringLiteral(".conf");
+}
+
 QString GetSetting(const QString &application, const QString &section, const QString &key,
                    const QString &fallback)
 {
-    const QString path = storePath(application);
+    const QString path = settingsFile(application);
     if (!QFileInfo(path).isFile()) // a pipe would be waited on
         return fallback;
     const QSettings store(path, QSettings::NativeFormat);
@@ -129,7 +129,7 @@ void SaveSetting(const QString &application, const QString &section, const QStri
                  const QString &text)
 {
     QDir().mkpath(settingsFolder(application));
-    const QFileInfo stored(storePath(application));
+    const QFileInfo stored(settingsFile(application));
     const QString path = stored.exists()      ? stored.canonicalFilePath()
                          : stored.isSymLink() ? stored.symLinkTarget()
                                               : stored.filePath();

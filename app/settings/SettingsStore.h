@@ -8,6 +8,9 @@
 /// The folder that holds the store of `application`, whether or not it exists.
 QString settingsFolder(const QString &application);
 
+/// The store itself, whether or not it exists.
+QString settingsFile(const QString &application);
+
 /// The stored text, as the file holds it at this moment, or `fallback` when the key does not
 /// exist. A key that exists with empty text gives the empty text. A file that cannot
 /// be read, and what is no regular file, count as one without the key; a file that is not in the

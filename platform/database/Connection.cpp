@@ -116,7 +116,8 @@ Connection::FileIdentity Connection::identify(const QByteArray &path)
 Connection::Database Connection::open(const QByteArray &path)
 {
     sqlite3 *opened = nullptr;
-    const int result = sqlite3_open_v2(path.constData(), &opened, SQLITE_OPEN_READWRITE, nullptr);
+    const int flags = Mode == adModeRead ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE;
+    const int result = sqlite3_open_v2(path.constData(), &opened, flags, nullptr);
     Database database(opened);
     if (result != SQLITE_OK)
         ::fail(opened, path);
@@ -126,7 +127,7 @@ Connection::Database Connection::open(const QByteArray &path)
                                      "be converted to SQLite before it can be used."));
 
     // SQLite falls back to reading by itself where it may not write.
-    if (sqlite3_db_readonly(opened, "main") == 1)
+    if (Mode != adModeRead && sqlite3_db_readonly(opened, "main") == 1)
         throw failureOfFile(SQLITE_READONLY, sqlite3_errstr(SQLITE_READONLY), path);
 
     m_patience.setRemainingTime(ConnectionTimeout);

@@ -11,9 +11,11 @@
 #include <functional>
 #include <memory>
 
-/// A connection to a database file. It opens the file at its first use, for reading and writing,
-/// and never creates it. A commit has returned only when it outlasts a power cut, whatever journal
-/// the file has.
+enum ConnectModeEnum { adModeRead = 1, adModeReadWrite = 3 };
+
+/// A connection to a database file. It opens the file at its first use, for reading and writing
+/// unless Mode says otherwise, and never creates it. A commit has returned only when it outlasts a
+/// power cut, whatever journal the file has.
 ///
 /// Failures carry SQLite's extended result code and its words, with the path when the file cannot
 /// be opened, read or written. What is no regular file is such a failure and is not opened; a file
@@ -25,6 +27,11 @@ public:
     /// go of the file, and the statement's own work. Giving up leaves the file as it was.
     std::chrono::milliseconds ConnectionTimeout = std::chrono::seconds(15);
     std::chrono::milliseconds CommandTimeout = std::chrono::seconds(30);
+
+    /// What the file is opened for. For reading alone a file that this user may not write will do,
+    /// and a journal that a crash has left behind, which would have to be written back, is failure
+    /// SQLITE_READONLY_ROLLBACK.
+    ConnectModeEnum Mode = adModeReadWrite;
 
     /// The text with the data source: the file's path, between "Data Source=" and the last
     /// ";Persist", the last backslash standing for the separator before the file's name.

@@ -4,6 +4,7 @@
 #include "tools/sitetool/ChildProcess.h"
 #include "tools/sitetool/Draft.h"
 #include "tools/sitetool/JetFile.h"
+#include "tools/sitetool/NeededColumns.h"
 #include "tools/sitetool/NewDatabase.h"
 #include "tools/sitetool/NotDone.h"
 
@@ -16,31 +17,8 @@
 namespace
 {
 
-enum class Kind { Whole, Moment, Text, Badge };
-
 constexpr const char *KindNames[] = {"whole numbers", "dates and times", "texts",
                                      "texts or whole numbers"};
-
-/// What the clock needs of the tables that it uses.
-struct NeededColumn {
-    const char *table;
-    const char *column;
-    Kind kind;
-};
-constexpr NeededColumn NeededColumns[] = {
-    {"RawData", "ID", Kind::Whole},
-    {"RawData", "RecordCount", Kind::Whole},
-    {"RawData", "DateTime", Kind::Moment},
-    {"RawData", "DownloadResult", Kind::Text},
-    {"RawDataDetails", "ID", Kind::Whole},
-    {"RawDataDetails", "PersonalID", Kind::Badge},
-    {"RawDataDetails", "EventStatus", Kind::Whole},
-    {"RawDataDetails", "DateTime", Kind::Moment},
-    {"RawDataDetails", "Shift", Kind::Whole},
-    {"RawDataDetails", "MachineNo", Kind::Whole},
-    {"Employee", "PersonalID", Kind::Badge},
-    {"Employee", "Name", Kind::Text},
-};
 
 bool isOf(Kind kind, int type)
 {

@@ -1,4 +1,5 @@
 #include "tools/console/Console.h"
+#include "tools/sitetool/Check.h"
 #include "tools/sitetool/Import.h"
 #include "tools/sitetool/New.h"
 #include "tools/sitetool/NotDone.h"
@@ -16,10 +17,14 @@ constexpr char Description[] =
     "Commands:\n"
     "  new [FILE]             make an empty database with the tables that the clock uses\n"
     "  import OLD.mdb [FILE]  make a database with all tables of a Jet 3 or Jet 4 database, or of\n"
-    "                         a later Access file, which is only read\n\n"
+    "                         a later Access file, which is only read\n"
+    "  check [FILE]           say what the clock will meet in the database, the settings of this\n"
+    "                         user and the ports, and whether it would store a swipe. Nothing is\n"
+    "                         changed and no port is opened, so a rate or parity that the port\n"
+    "                         does not take is not seen\n\n"
     "FILE is Orvanta.mdb in the program's folder unless named. A file that exists is never\n"
-    "replaced. The status is 0 when it is done, 1 when it is not, 2 when the command is not\n"
-    "understood.";
+    "replaced. The status is 0 when it is done, or when check finds that a swipe would be stored;\n"
+    "1 when it is not, 2 when the command is not understood.";
 
 /// A command takes its arguments without its own name and returns the status of the program.
 struct Command {
@@ -28,13 +33,14 @@ struct Command {
     qsizetype most;
     int (*run)(const QStringList &arguments);
 };
-constexpr Command Commands[] = {{"new", 0, 1, makeNew}, {"import", 1, 2, importOld}};
+constexpr Command Commands[] = {
+    {"new", 0, 1, makeNew}, {"import", 1, 2, importOld}, {"check", 0, 1, check}};
 
 /// What is wrong with the command line, in words; empty when nothing is.
 QString mistakeIn(const QStringList &arguments, const Command *command)
 {
     if (arguments.isEmpty())
-        return QStringLiteral("A command is missing: new or import.");
+        return QStringLiteral("A command is missing: new, import or check.");
     if (command == std::end(Commands))
         return QStringLiteral("There is no command %1.").arg(arguments[0]);
     if (arguments.size() - 1 < command->fewest)
@@ -52,7 +58,7 @@ int main(int argc, char *argv[])
     QCoreApplication application(argc, argv);
     QCommandLineParser parser;
     parser.setApplicationDescription(QString::fromLatin1(Description));
-    parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("new or import"));
+    parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("new, import or check"));
     parser.addPositionalArgument(QStringLiteral("files"), QStringLiteral("as above"),
                                  QStringLiteral("[OLD.mdb] [FILE]"));
     QString mistake = Console::parse(parser);

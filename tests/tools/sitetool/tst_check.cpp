@@ -1,0 +1,181 @@
+#include "tests/support/Table.h"
+#include "tests/support/TestDatabase.h"
+#include "tools/virtual-reader/VirtualReader.h"
+
+#include <QProcess>
+
+#include <fcntl.h>
+#include <sys/file.h>
+
+/// A site of its own for each row: the sample's database, and a reader on COM1.
+class TestCheck : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    /// The database as `sql` leaves it.
+    void database_data()
+    {
+        const QByteArray punches = "INSERT INTO RawDataDetails VALUES (4, '1', 1, 1, 0, 0);";
+        const QByteArray employees =
+            "DROP TABLE Employee; CREATE TABLE Employee (PersonalID, Name);";
+        Table<QByteArray, int, QString> row("sql", "status", "line");
+        row("healthy", "", 0, "ok: The next punch begins the batch 0.");
+        row("WAL", "PRAGMA journal_mode = WAL", 0, "ok: The journal mode is wal.");
+        row("joined", punches + "INSERT INTO RawData VALUES (4, 1, 1, 'MSR')", 0,
+            "ok: The next punch joins the batch 4, which has 1 punches.");
+        row("count", punches + "INSERT INTO RawData VALUES (4, 7, 1, 'MSR')", 0,
+            "note: The next punch joins the batch 4, which has 1 punches but \"7\"");
+        row("used up", "INSERT INTO RawData VALUES (32767, 1, 1, 'X')", 1,
+            "STOPS PUNCHES: A punch is refused: Overflow. The number of the batch");
+        row("no column", "ALTER TABLE RawDataDetails DROP COLUMN Shift", 1,
+            "STOPS PUNCHES: RawDataDetails is not as the clock needs it: no such column: Shift.");
+        row("no employees", "DROP TABLE Employee", 0,
+            "note: Employee is not as the clock needs it: no such table: Employee.");
+        row("view", "ALTER TABLE RawData RENAME TO R; CREATE VIEW RawData AS SELECT * FROM R", 1,
+            "STOPS PUNCHES: A punch is refused: `RawData` cannot be written: it is a view");
+        row("column of others", "ALTER TABLE RawDataDetails ADD COLUMN Own CHECK (Own IS NOT NULL)",
+            1, "STOPS PUNCHES: A punch is refused: CHECK constraint failed");
+        row("trigger",
+            "CREATE TRIGGER Guard BEFORE INSERT ON RawDataDetails BEGIN SELECT RAISE(IGNORE); END",
+            1, "note: The trigger Guard on RawDataDetails runs within each punch.");
+        row("number", employees + "INSERT INTO Employee VALUES (7, 'Ann')", 0,
+            "note: Badges stored as numbers, which have lost leading zeros and may be shown as "
+            "Unknown: 7.");
+        row("odd badge", employees + "INSERT INTO Employee VALUES (char(27), NULL)", 0,
+            "note: Employees whose Name is Null, which is a message box at each swipe: \\x1B.");
+    }
+    void database()
+    {
+        QFETCH(QByteArray, sql);
+        m_database->run(sql);
+        const QByteArray before = TemporaryHome::read(m_database->file());
+        expectLine();
+        QCOMPARE(TemporaryHome::read(m_database->file()), before);
+        QCOMPARE(QDir(m_database->folder()).entryList(QDir::Files), {"Orvanta.mdb"});
+    }
+
+    void file_data()
+    {
+        Table<QByteArray, int, QString> row("content", "status", "line");
+        row("none", {}, 1, "STOPS PUNCHES: The database is ");
+        row("Jet", QByteArray("\0\1\0\0Standard Jet DB\0", 20).leftJustified(4096), 1,
+            "STOPS PUNCHES: The database cannot be read: The database is in the format of "
+            "Microsoft Jet.");
+    }
+    void file()
+    {
+        QFETCH(QByteArray, content);
+        QVERIFY(QFile::remove(m_database->file()));
+        if (!content.isNull())
+            TemporaryHome::write(m_database->file(), content);
+        expectLine();
+    }
+
+    /// Neither is decided by the clock's own code: a punch is tried without a journal on the disk.
+    void rights()
+    {
+        QVERIFY(chmod(qPrintable(m_database->folder()), 0555) == 0);
+        asOrdinaryUser([this] {
+            expect(1, "STOPS PUNCHES: " + m_database->folder() + " cannot be written: Permission");
+        });
+    }
+
+    /// Another program locks the database, and then leaves a journal behind, as by a crash.
+    void cutOff()
+    {
+        sqlite3 *other = nullptr;
+        sqlite3_open(qPrintable(m_database->file()), &other);
+        const auto close = qScopeGuard([&] { sqlite3_close(other); });
+        sqlite3_exec(other,
+                     "PRAGMA cache_size = 1; BEGIN EXCLUSIVE; UPDATE Employee SET Name = "
+                     "zeroblob(20000)",
+                     nullptr, nullptr, nullptr);
+        expect(1, "STOPS PUNCHES: The database cannot be read: database is locked.");
+        const QString journal = m_database->file() + "-journal";
+        QVERIFY(QFile::copy(journal, journal + "-kept"));
+        sqlite3_exec(other, "ROLLBACK", nullptr, nullptr, nullptr);
+        QVERIFY(QFile::rename(journal + "-kept", journal));
+        expect(1, "NOT CLEAR: The database cannot be read: ");
+        QVERIFY(QFile::exists(journal));
+    }
+
+    void settings_data()
+    {
+        Table<QByteArray, int, QString> row("settings", "status", "line");
+        row("not a number", "[Communication]\nComport=x", 0,
+            "note: Communication/Comport is \"x\", which is taken for 0: COM1.");
+        row("other port", "[Communication]\nComport=3", 1, "STOPS PUNCHES: COM4 is ");
+        row("beyond the ports", "[Communication]\nComport=8", 1, "STOPS PUNCHES: COM9 is ");
+        row("no rate", "[Communication]\nBaudRate=3", 1,
+            "STOPS PUNCHES: Communication/BaudRate is \"3\", which stands for nothing.");
+        row("no track", "[MSR]\nTrack=3", 1,
+            "STOPS PUNCHES: MSR/Track is \"3\", which stands for nothing.");
+        row("no time", "[Punch]\nClockIn=soon", 0, "note: Punch/ClockIn is \"soon\"");
+        row("no text", "\xFF\xFE", 0, "is no ini file in UTF-8");
+    }
+    void settings()
+    {
+        QFETCH(QByteArray, settings);
+        m_home->writeSettings(settings);
+        expectLine();
+    }
+
+    /// Who holds the port, and whether that is the clock; the line is not touched meanwhile.
+    void port()
+    {
+        const QString port = m_home->path("Tavrel/COM1");
+        m_reader->send("a swip\n"); // whole lines only, as nobody has set the line
+        const FileDescriptor line(::open(qPrintable(port), O_RDWR | O_NOCTTY | O_NONBLOCK));
+        const FileDescriptor claim(
+            ::open(qPrintable(m_home->path("Tavrel.lock")), O_RDWR | O_CREAT, 0600));
+        QCOMPARE(::flock(line.get(), LOCK_EX), 0);
+        expect(1, "tst_check (process ");
+        QCOMPARE(::flock(claim.get(), LOCK_EX), 0);
+        expect(0, "The clock has it.");
+        QCOMPARE(::flock(line.get(), LOCK_UN), 0);
+        expect(1, "The running clock has not opened it");
+        char swipe[8] = {};
+        QCOMPARE(::read(line.get(), swipe, sizeof swipe), 7);
+
+        QVERIFY(QFile::remove(port) && QFile::link("/dev/null", port));
+        expect(1, "There is no serial line behind it.");
+        m_reader.reset();
+        QVERIFY(QFile::remove(port) && QFile::link("nowhere", port));
+        expect(1, "No such file or directory. Plug the reader in");
+    }
+
+    void init()
+    {
+        m_home = std::make_unique<TemporaryHome>();
+        qputenv("XDG_RUNTIME_DIR", m_home->path({}).toUtf8());
+        m_database = std::make_unique<TestDatabase>();
+        m_reader = std::make_unique<VirtualReader>();
+        m_reader->linkAt(m_home->path("Tavrel/COM1"));
+    }
+
+private:
+    void expectLine()
+    {
+        QFETCH(int, status);
+        QFETCH(QString, line);
+        expect(status, line);
+    }
+
+    void expect(int status, const QString &line)
+    {
+        QProcess check;
+        check.start(SITETOOL, {"check", m_database->file()});
+        QVERIFY(check.waitForFinished() && check.exitStatus() == QProcess::NormalExit);
+        const QString said = QString::fromUtf8(check.readAllStandardOutput());
+        QVERIFY2(said.contains(line), qPrintable(said));
+        QVERIFY2(check.exitCode() == status, qPrintable(said));
+    }
+
+    std::unique_ptr<TemporaryHome> m_home;
+    std::unique_ptr<TestDatabase> m_database;
+    std::unique_ptr<VirtualReader> m_reader;
+};
+
+QTEST_GUILESS_MAIN(TestCheck)
+#include "tst_check.moc"

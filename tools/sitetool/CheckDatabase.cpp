@@ -1,0 +1,366 @@
+#include "tools/sitetool/CheckDatabase.h"
+
+#include "platform/basics/Failure.h"
+#include "platform/host/EventLoopHost.h"
+#include "store/SavePunch.h"
+#include "tools/sitetool/NeededColumns.h"
+#include "tools/sitetool/Rights.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QStorageInfo>
+
+#include <unistd.h>
+
+#include <chrono>
+#include <utility>
+
+namespace
+{
+
+using namespace std::chrono_literals;
+
+/// Others hold the file for a moment at each punch. Looking through the file holds up a punch, so
+/// it has to end well before the clock gives up waiting.
+constexpr std::chrono::milliseconds Moment = 2s;
+constexpr std::chrono::milliseconds LongLook = 10s;
+
+/// What to do about a failure, by its number or by the low byte that SQLite's numbers have in
+/// common.
+struct Advice {
+    int number;
+    const char *text;
+};
+constexpr Advice Advices[] = {
+    {SQLITE_BUSY, "Another program holds the database. The clock waits 30 seconds for it: end it."},
+    {SQLITE_CONSTRAINT, "A rule of the table or a trigger refuses what the clock writes: give "
+                        "columns of your own a default, or remove the rule."},
+    {SQLITE_CORRUPT, "The file is damaged: copy it away, then restore a backup."},
+    {SQLITE_NOTADB, "Bring a Jet or Access database over by sitetool import; in place of anything "
+                    "else restore a backup."},
+    {SQLITE_READONLY_ROLLBACK,
+     "The last write was cut off, by a crash or a power cut, and is taken "
+     "back at the next swipe. Swipe a badge, then check again."},
+    {Failure::Overflow, "The number of the batch, RawData.ID, ends at 32767: give the batches "
+                        "smaller numbers."},
+    {Failure::TypeMismatch, "RawData.ID or RecordCount of the batch holds no number."},
+    {Failure::InvalidUseOfNull, "RawData.ID of the batch is empty."},
+};
+
+QString sentence(const QString &words)
+{
+    return words.endsWith(u'.') ? words : words + u'.';
+}
+
+QString withAdvice(const QString &words, int number)
+{
+    constexpr int LowByte = 0xFF;
+    for (const int key : {number, number & LowByte}) {
+        for (const Advice &advice : Advices) {
+            if (advice.number == key)
+                return words + u' ' + QString::fromLatin1(advice.text);
+        }
+    }
+    return words;
+}
+
+struct Table {
+    const char *name;
+    bool isWritten;
+};
+constexpr Table Tables[] = {{"RawData", true}, {"RawDataDetails", true}, {"Employee", false}};
+
+/// What is doubtful about employees, for the badges that the query gives.
+struct Doubt {
+    const char *query;
+    const char *words;
+};
+constexpr Doubt Doubts[] = {
+    {"SELECT PersonalID FROM Employee WHERE Name IS NULL",
+     "Employees whose Name is Null, which is a message box at each swipe: %1."},
+    {"SELECT PersonalID FROM Employee WHERE trim(Name) = ''",
+     "Employees with an empty name, and so shown without one: %1."},
+    {"SELECT PersonalID FROM Employee GROUP BY PersonalID HAVING count(*) > 1",
+     "Badges that several employees have, of whom the first is shown: %1."},
+    {"SELECT PersonalID FROM Employee WHERE typeof(PersonalID) IN ('integer', 'real')",
+     "Badges stored as numbers, which have lost leading zeros and may be shown as Unknown: %1. "
+     "Declare PersonalID as VARCHAR(50) and store texts."},
+};
+
+/// Keeps what the clock would show in a message box.
+class SilentHost : public EventLoopHost
+{
+public:
+    using Host::MsgBox;
+    void MsgBox(const QString &text, const QString &title, MsgBoxIcon) override
+    {
+        box = text;
+        number = title.toInt();
+    }
+
+    QString box;
+    int number = 0;
+};
+
+class DatabaseCheck
+{
+public:
+    DatabaseCheck(const QString &file, ConnectModeEnum mode, Findings &findings)
+        : m_source(QStringLiteral("Data Source=%1\\%2;Persist")
+                       .arg(QFileInfo(file).absolutePath(), QFileInfo(file).fileName())),
+          m_findings(findings)
+    {
+        m_reading.Mode = mode;
+        m_reading.ConnectionTimeout = Moment;
+        m_reading.CommandTimeout = LongLook;
+        m_reading.ConnectionString(m_source);
+    }
+
+    void run(bool mayWrite)
+    {
+        try {
+            m_journalMode = rows("PRAGMA journal_mode").value(0);
+            say(Findings::Good, QStringLiteral("The journal mode is %1.").arg(m_journalMode));
+            lookThrough();
+            if (checkTables() && mayWrite)
+                tryPunch();
+        } catch (const Failure &failure) {
+            const bool isCutOff = failure.number == SQLITE_READONLY_ROLLBACK;
+            say(isCutOff ? Findings::Unclear : Findings::Stopping,
+                withAdvice(QStringLiteral("The database cannot be read: ") +
+                               sentence(failure.description),
+                           failure.number));
+        }
+    }
+
+private:
+    void say(Findings::Weight weight, const QString &finding) { m_findings.say(weight, finding); }
+
+    static void execute(Connection &connection, const char *sql)
+    {
+        Statement(connection, QString::fromLatin1(sql)).execute();
+    }
+
+    /// The first column of each row.
+    QStringList rows(const QString &query, const std::vector<QVariant> &parameters = {})
+    {
+        QStringList values;
+        Statement statement(m_reading, query, parameters);
+        while (statement.step())
+            values += statement.value(0).toVariant().toString();
+        return values;
+    }
+    QStringList rows(const char *query) { return rows(QString::fromLatin1(query)); }
+
+    void lookThrough();
+    bool checkTables();
+    QStringList missingColumns(const char *table);
+    void checkEmployees();
+    void tryPunch();
+    void checkBatch(const QVariant &batch);
+
+    const QString m_source;
+    Findings &m_findings;
+    Connection m_reading;
+    QString m_journalMode;
+};
+
+void DatabaseCheck::lookThrough()
+{
+    QString found;
+    try {
+        found = rows("PRAGMA quick_check(1)").value(0);
+    } catch (const Failure &failure) {
+        found = failure.description;
+        if (failure.number == SQLITE_INTERRUPT) {
+            say(Findings::Notable, QStringLiteral("The file is too large to be looked through for "
+                                                  "damage here: let sqlite3 run PRAGMA "
+                                                  "quick_check while the clock is closed."));
+            return;
+        }
+    }
+    if (found == u"ok")
+        say(Findings::Good, QStringLiteral("The file is not damaged."));
+    else
+        say(Findings::Unclear, withAdvice(sentence(found), SQLITE_CORRUPT));
+}
+
+bool DatabaseCheck::checkTables()
+{
+    bool takesPunches = true;
+    for (const auto &[table, isWritten] : Tables) {
+        const QString name = QString::fromLatin1(table);
+        const QStringList missing = missingColumns(table);
+        if (missing.isEmpty()) {
+            say(Findings::Good,
+                QStringLiteral("%1 has the columns that the clock uses.").arg(name));
+            if (!isWritten)
+                checkEmployees();
+        } else {
+            say(isWritten ? Findings::Stopping : Findings::Notable,
+                QStringLiteral("%1 is not as the clock needs it: %2. sitetool new makes a file "
+                               "with all that is needed, to compare with.")
+                    .arg(name, missing.join(u", ")));
+            takesPunches = takesPunches && !isWritten;
+        }
+    }
+    for (const QString &trigger :
+         rows("SELECT name || ' on ' || tbl_name FROM sqlite_master WHERE type = 'trigger' AND "
+              "lower(tbl_name) IN ('rawdata', 'rawdatadetails')"))
+        say(Findings::Notable,
+            QStringLiteral("The trigger %1 runs within each punch.").arg(trigger));
+    return takesPunches;
+}
+
+/// What is missing of a table, in the words of the database.
+QStringList DatabaseCheck::missingColumns(const char *table)
+{
+    QStringList missing;
+    for (const NeededColumn &needed : NeededColumns) {
+        if (qstrcmp(needed.table, table) != 0)
+            continue;
+        try {
+            rows(QStringLiteral("SELECT `%2` FROM `%1` LIMIT 0")
+                     .arg(QLatin1String(table), QLatin1String(needed.column)));
+        } catch (const Failure &failure) {
+            missing += failure.description;
+        }
+    }
+    missing.removeDuplicates(); // a missing table is missing for each column
+    return missing;
+}
+
+void DatabaseCheck::checkEmployees()
+{
+    constexpr qsizetype MostShown = 10;
+    if (rows("SELECT 1 FROM Employee LIMIT 1").isEmpty())
+        say(Findings::Notable, QStringLiteral("There are no employees: each badge is Unknown."));
+    for (const Doubt &doubt : Doubts) {
+        const QStringList badges = rows(doubt.query);
+        if (badges.isEmpty())
+            continue;
+        QString shown = badges.mid(0, MostShown).join(u", ");
+        if (badges.size() > MostShown)
+            shown += QStringLiteral(" and %1 more").arg(badges.size() - MostShown);
+        say(Findings::Notable, QString::fromLatin1(doubt.words).arg(shown));
+    }
+}
+
+void DatabaseCheck::tryPunch()
+{
+    SilentHost host;
+    QVariant batch;
+    try {
+        DataEnvironment environment; // its end takes everything back
+        Connection &connection = environment.conOV;
+        connection.ConnectionTimeout = Moment;
+        connection.CommandTimeout = Moment;
+        connection.ConnectionString(m_source);
+        execute(connection, "PRAGMA cache_spill = OFF");
+        if (m_journalMode != u"wal") // a change of this mode is written to the file
+            execute(connection, "PRAGMA journal_mode = MEMORY");
+        execute(connection, "BEGIN IMMEDIATE");
+        SavePunch(host, environment, QStringLiteral("1"), host.Now(), 1);
+        if (host.box.isEmpty()) {
+            Statement stored(
+                connection,
+                QStringLiteral("SELECT ID FROM RawDataDetails WHERE rowid = last_insert_rowid()"));
+            if (stored.step())
+                batch = stored.value(0).toVariant();
+        }
+    } catch (const Failure &failure) {
+        host.MsgBox(failure);
+    }
+    if (host.box.isEmpty())
+        checkBatch(batch);
+    else
+        say(Findings::Stopping,
+            withAdvice(QStringLiteral("A punch is refused: ") + sentence(host.box), host.number));
+}
+
+void DatabaseCheck::checkBatch(const QVariant &batch)
+{
+    Statement counts(m_reading,
+                     QStringLiteral("SELECT RecordCount, (SELECT count(*) FROM RawDataDetails "
+                                    "WHERE ID = ?1) FROM RawData WHERE ID = ?1"),
+                     {batch});
+    if (!counts.step()) {
+        say(Findings::Good,
+            QStringLiteral("The next punch begins the batch %1.").arg(batch.toString()));
+        return;
+    }
+    const QString counted = counts.value(0).toVariant().toString();
+    const QString punches = counts.value(1).toVariant().toString();
+    const QString joins =
+        QStringLiteral("The next punch joins the batch %1, ").arg(batch.toString());
+    if (counted == punches)
+        say(Findings::Good, joins + QStringLiteral("which has %1 punches.").arg(punches));
+    else
+        say(Findings::Notable, joins + QStringLiteral("which has %1 punches but \"%2\" as its "
+                                                      "RecordCount, which the clock only adds to.")
+                                           .arg(punches, counted));
+}
+
+/// Whether this user may write `path`, the database, and the journal beside it.
+bool mayWrite(const QString &path, Findings &findings)
+{
+    // For the pages of two rows, and for a journal that holds as many.
+    constexpr qint64 RoomForPunch = 65536;
+
+    bool may = true;
+    const QString folder = QFileInfo(path).path();
+    for (const auto &[place, rights] : {std::pair(path, R_OK | W_OK), {folder, W_OK | X_OK}}) {
+        if (const QString reason = hindrance(place, rights); !reason.isEmpty()) {
+            findings.say(Findings::Stopping,
+                         QStringLiteral("%1 cannot be written: %2").arg(place, reason));
+            may = false;
+        }
+    }
+    if (QStorageInfo(folder).bytesAvailable() < RoomForPunch)
+        findings.say(Findings::Stopping, QStringLiteral("The disk is full, at %1.").arg(folder));
+    else if (may)
+        findings.say(Findings::Good, QStringLiteral("It and its folder can be written."));
+    return may;
+}
+
+/// Whether the file's head, in its version of the format for reading, asks for the mode WAL.
+bool isWriteAheadLogged(const QString &path)
+{
+    constexpr qsizetype ReadVersion = 19;
+    QFile file(path);
+    return QFileInfo(file).isFile() && file.open(QIODevice::ReadOnly) &&
+           file.read(ReadVersion + 1).endsWith(char(2));
+}
+
+} // namespace
+
+void checkDatabase(const QString &file, Findings &findings)
+{
+    const QFileInfo named(file);
+    QString path = named.absoluteFilePath();
+    QString shown = path;
+    if (named.isSymLink()) {
+        path = named.exists() ? named.canonicalFilePath() : named.symLinkTarget();
+        shown += QStringLiteral(", a link to ") + path;
+    }
+    shown = QStringLiteral("The database is %1.").arg(shown);
+
+    // A folder that this user may not enter hides whether the file is there.
+    QString reason = hindrance(QFileInfo(path).path(), X_OK);
+    if (reason.isEmpty())
+        reason = hindrance(path, F_OK);
+    if (!reason.isEmpty()) {
+        findings.say(Findings::Stopping,
+                     shown + QStringLiteral(" It cannot be reached: %1 Where there is none, "
+                                            "sitetool new makes one.")
+                                 .arg(reason));
+        return;
+    }
+    findings.say(Findings::Good, shown);
+
+    // The last to close a database in the mode WAL removes the files beside it, if it may write.
+    const bool isWritable = mayWrite(path, findings);
+    const bool needsFiles = isWriteAheadLogged(path);
+    if (isWritable || !needsFiles)
+        DatabaseCheck(path, needsFiles ? adModeReadWrite : adModeRead, findings).run(isWritable);
+}

@@ -1,0 +1,203 @@
+#include "tools/sitetool/CheckReader.h"
+
+#include "app/settings/Choices.h"
+#include "app/settings/InstanceLockFiles.h"
+#include "app/settings/SerialDevice.h"
+#include "app/settings/SettingsStore.h"
+#include "app/settings/UserSettings.h"
+#include "platform/basics/ApplicationTitle.h"
+#include "platform/basics/Failure.h"
+#include "platform/text/Conversions.h"
+#include "platform/text/RegionalFormat.h"
+#include "tools/sitetool/LockHolder.h"
+#include "tools/sitetool/Rights.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QSettings>
+
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <unistd.h>
+
+#include <limits>
+#include <optional>
+
+namespace
+{
+
+constexpr char SetPortRight[] =
+    " Plug the reader in, set the link right, or choose another port under Options.";
+constexpr char SetRight[] = "Set it right under Options and press OK.";
+
+void checkSettingsFile(Findings &findings)
+{
+    const QString path = settingsFile(ApplicationTitle);
+    const QFileInfo file(path);
+    if (!file.exists() && !file.isSymLink()) {
+        findings.say(Findings::Good,
+                     QStringLiteral("There is no %1 yet: each setting has its default.").arg(path));
+        return;
+    }
+    QFile content(path);
+    QString wrong;
+    if (!file.isFile())
+        wrong = QStringLiteral("is no file");
+    else if (!content.open(QIODevice::ReadOnly))
+        wrong = QStringLiteral("cannot be read by this user");
+    else if (!content.readAll().isValidUtf8() ||
+             QSettings(path, QSettings::NativeFormat).status() != QSettings::NoError)
+        wrong = QStringLiteral("is no ini file in UTF-8");
+
+    if (wrong.isEmpty())
+        findings.say(Findings::Good, QStringLiteral("The settings are in %1.").arg(path));
+    else
+        findings.say(Findings::Notable,
+                     QStringLiteral("%1 %2: settings have their defaults, and Options cannot store "
+                                    "any. Move it away.")
+                         .arg(path, wrong));
+}
+
+QString shown(const UserSettings::Key &key)
+{
+    return QStringLiteral("%1/%2 is \"%3\"")
+        .arg(QLatin1String(key.section), QLatin1String(key.name), UserSettings::read(key));
+}
+
+/// The position stored under `key`, as the clock reads it; none where it cannot be read.
+/// `ifOutside`: what it means when `choices` have no such entry.
+template <typename Entries>
+std::optional<std::int16_t> checkPosition(const UserSettings::Key &key, const Entries &choices,
+                                          Findings::Weight ifOutside, Findings &findings)
+{
+    std::optional<std::int16_t> position;
+    try {
+        position = lenientNumber(UserSettings::read(key));
+        const QString entry = Choices::choose(choices, *position);
+        const bool isPlain = UserSettings::read(key) == QString::number(*position);
+        findings.say(isPlain ? Findings::Good : Findings::Notable,
+                     shown(key) + (isPlain ? QStringLiteral(": %1.").arg(entry)
+                                           : QStringLiteral(", which is taken for %1: %2. %3")
+                                                 .arg(*position)
+                                                 .arg(entry, QLatin1String(SetRight))));
+    } catch (const Failure &) {
+        findings.say(
+            position ? ifOutside : Findings::Stopping,
+            shown(key) +
+                QStringLiteral(", which stands for nothing. %1").arg(QLatin1String(SetRight)));
+    }
+    return position;
+}
+
+/// A setting of the auto-switch, with the conversion that the clock reads it with.
+struct SwitchSetting {
+    UserSettings::Key key;
+    void (*convert)(const QString &text);
+};
+constexpr SwitchSetting SwitchSettings[] = {
+    {UserSettings::ClockIn, [](const QString &text) { timeText(text); }},
+    {UserSettings::ClockOut, [](const QString &text) { timeText(text); }},
+    {UserSettings::AutoSwitch, [](const QString &text) { strictNumber(text); }},
+};
+
+void checkAutoSwitch(Findings &findings)
+{
+    for (const auto &[key, convert] : SwitchSettings) {
+        try {
+            convert(UserSettings::read(key));
+            findings.say(Findings::Good, shown(key) + u'.');
+        } catch (const Failure &failure) {
+            findings.say(Findings::Notable,
+                         shown(key) + QStringLiteral(" (%1): the clock does not switch by itself "
+                                                     "between Clock In and Clock Out. %2")
+                                          .arg(failure.description, QLatin1String(SetRight)));
+        }
+    }
+}
+
+/// Whether the device is a terminal line that has hardware, as far as the system's list of devices
+/// says. The ends of pseudo-terminals are not in it.
+bool isLine(const QString &path)
+{
+    struct stat status = {};
+    if (::stat(QFile::encodeName(path).constData(), &status) != 0 || !S_ISCHR(status.st_mode))
+        return false;
+    if (QFileInfo(path).canonicalPath() == u"/dev/pts")
+        return true;
+    const QString device =
+        QStringLiteral("/sys/dev/char/%1:%2").arg(major(status.st_rdev)).arg(minor(status.st_rdev));
+    QFile hardware(device + QStringLiteral("/type")); // 0 where a port is only reserved
+    const bool isReserved =
+        hardware.open(QIODevice::ReadOnly) && hardware.readAll().trimmed() == "0";
+    return QFileInfo(device + QStringLiteral("/subsystem")).canonicalFilePath().endsWith(u"/tty") &&
+           !isReserved;
+}
+
+/// Why the clock could not open the device, and what to do about it; empty when it could.
+QString obstacle(const QString &path)
+{
+    if (const QString missing = hindrance(path, F_OK); !missing.isEmpty())
+        return missing;
+    if (!isLine(path))
+        return QStringLiteral("There is no serial line behind it.");
+    return hindrance(path, R_OK | W_OK);
+}
+
+void checkPort(int port, bool isUsed, const std::optional<LockHolder> &clock, Findings &findings)
+{
+    const QString path = serialDevice(static_cast<std::int16_t>(port));
+    QString line = QStringLiteral("COM%1 is %2").arg(port).arg(path);
+    if (const QFileInfo link(path); link.isSymLink())
+        line += QStringLiteral(", a link to ") + link.symLinkTarget();
+    line += u'.';
+
+    const QString reason = obstacle(path);
+    const auto holder = lockHolder(path);
+    const bool isHeldByClock = clock && holder && clock->process == holder->process;
+    auto weight = isUsed ? Findings::Stopping : Findings::Good;
+    if (!reason.isEmpty())
+        line += u' ' + reason + (isUsed ? QLatin1String(SetPortRight) : QLatin1String());
+    else if (holder && !isHeldByClock)
+        line += QStringLiteral(" %1 has it.").arg(holder->name) +
+                (isUsed ? QStringLiteral(" Close that, then open and close Options.") : QString());
+    else if (isUsed && clock && !holder)
+        line += QStringLiteral(" The running clock has not opened it: open and close Options.");
+    else
+        weight = Findings::Good;
+    if (isHeldByClock)
+        line += QStringLiteral(" The clock has it.");
+    findings.say(weight, isUsed ? line : line + QStringLiteral(" The settings do not name it."));
+}
+
+std::optional<LockHolder> runningClock()
+{
+    for (const QString &path : instanceLockFiles()) {
+        if (const auto holder = lockHolder(path))
+            return holder;
+    }
+    return {};
+}
+
+} // namespace
+
+void checkReader(Findings &findings)
+{
+    checkSettingsFile(findings);
+    // A port beyond those of the list may be there all the same; the others have no such way out.
+    const auto position =
+        checkPosition(UserSettings::Comport, Choices::Ports, Findings::Notable, findings);
+    checkPosition(UserSettings::BaudRate, Choices::BaudRates, Findings::Stopping, findings);
+    checkPosition(UserSettings::Format, Choices::LineFormats, Findings::Stopping, findings);
+    checkPosition(UserSettings::Track, Choices::Tracks, Findings::Stopping, findings);
+    checkAutoSwitch(findings);
+
+    const auto clock = runningClock();
+    findings.say(clock ? Findings::Good : Findings::Notable,
+                 clock ? QStringLiteral("The clock is running: %1.").arg(clock->name)
+                       : QStringLiteral("No clock is running for this user: start it."));
+    constexpr int Ports = static_cast<int>(Choices::Ports.size());
+    for (int port = 1; port <= Ports; ++port)
+        checkPort(port, position == port - 1, clock, findings);
+    if (position && (*position < 0 || *position >= Ports))
+        checkPort(*position + 1, true, clock, findings);
+}

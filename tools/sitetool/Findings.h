@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QString>
+
+/// What a check has found, a line a finding on the standard output, as it is found.
+class Findings
+{
+public:
+    enum Weight {
+        Good,    ///< as it should be
+        Notable, ///< worth a look, but a swipe is stored all the same
+        Unclear, ///< whether a swipe would be stored cannot be seen from outside
+        Stopping ///< a swipe would not be stored
+    };
+
+    /// Says `finding`, whole sentences, which may hold anything that was found in a file.
+    void say(Weight weight, const QString &finding);
+
+    /// Says what it all comes to and returns the status of the program: 0 exactly when nothing
+    /// found stops punches or is unclear.
+    int conclude() const;
+
+private:
+    Weight m_worst = Good;
+};

@@ -1,0 +1,8 @@
+#pragma once
+
+#include <QString>
+
+/// Why this user may not use what lies at `path` in the ways that `rights` names (R_OK, W_OK and
+/// X_OK of access(2)): the reason in words, with what to do about it where a group has the rights.
+/// Empty when the user may. Nothing is opened.
+QString hindrance(const QString &path, int rights);
