@@ -473,7 +473,7 @@ private Q_SLOTS:
     {
         Bench t(home);
         QTRY_VERIFY(t.host.passes > 0);
-        home.writeSettings("[Communication]\nBaudRate=3\n");
+        home.writeSettings("[Communication]\nBaudRate=99999\n");
         QTimer user;
         QObject::connect(&user, &QTimer::timeout, [&] {
             if (QWidget *options = Bench::topLevel("frmOptions"))

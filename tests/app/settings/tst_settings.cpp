@@ -161,6 +161,15 @@ private Q_SLOTS:
         }
         home.writeSettings("[Punch]\nClockIn=1 from outside\n");
         QCOMPARE(get("Punch", "ClockIn"), "1 from outside");
+
+        // Also when the computer's clock has been set back since the file was written.
+        QFile file(home.settingsFile());
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        file.setFileTime(QDateTime::currentDateTime().addDays(1), QFile::FileModificationTime);
+        file.close();
+        QCOMPARE(get("Punch", "ClockIn"), "1 from outside");
+        save("ClockIn", "2 from outside");
+        QCOMPARE(get("Punch", "ClockIn"), "2 from outside");
     }
 
     void a_failed_write_changes_nothing()

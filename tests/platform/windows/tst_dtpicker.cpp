@@ -98,6 +98,7 @@ private Q_SLOTS:
         const QString all("C de_DE fi_FI en_US ar_EG");
         row(all, "0", "093015", "09:30:15");
         row(all, "0", "0930", "09:30:45");
+        row("C de_DE en_US", "0", "∀✂✓", "08:15:45"); // what was cut can be pasted
         row(all, "0", "↑081530", "08:15:30");
         row(all, "0", "930", "09:30:45");
         row(all, "0", "→44", "08:44:45");
