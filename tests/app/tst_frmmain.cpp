@@ -131,8 +131,8 @@ private Q_SLOTS:
         constexpr int Starts = 12;
         qputenv("XDG_RUNTIME_DIR", home.path(".").toUtf8());
         for (int round = 0; round < 100; ++round) {
-            int barrier[2];
-            int answers[2];
+            int barrier[2] = {};
+            int answers[2] = {};
             QVERIFY(pipe(barrier) == 0 && pipe(answers) == 0);
             std::vector<pid_t> starts;
             for (int i = 0; i < Starts; ++i) {
