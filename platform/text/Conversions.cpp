@@ -39,7 +39,10 @@ std::int16_t lenientNumber(const QString &text)
     static const QRegularExpression leadingNumber(
         QStringLiteral("^[+-]?(?:[0-9]+\\.?[0-9]*|\\.[0-9]+)(?:[eE][+-]?[0-9]+)?"));
 
-    const QString number = leadingNumber.match(QString(text).remove(blanks)).captured();
+    // An expression finds nothing in a text with half a surrogate pair; no number needs more than
+    // Latin-1.
+    const QString plain = QString::fromLatin1(text.toLatin1()).remove(blanks);
+    const QString number = leadingNumber.match(plain).captured();
     if (number.isEmpty())
         return 0;
 

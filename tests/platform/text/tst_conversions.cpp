@@ -20,6 +20,7 @@ private Q_SLOTS:
         row("lenient", "+.5e1x", 5, 0);
         row("lenient", "1e", 1, 0);
         row("lenient", "1,9", 1, 0);
+        row("lenient", QStringLiteral("1 2") + QChar(0xd83d), 12, 0); // half a surrogate pair
         row("lenient", "1.5", 2, 0);
         row("lenient", "2.5", 2, 0);
         row("lenient", "32767.4", 32767, 0);
