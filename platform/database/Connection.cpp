@@ -135,8 +135,10 @@ Connection::Database Connection::open(const QByteArray &path)
     sqlite3_progress_handler(opened, WorkBetweenLooks, &Connection::mustStop, this);
 
     // FULL does not sync the folder behind a journal's removal: a journal that is back after a
-    // power cut takes the last commit with it.
-    if (sqlite3_exec(opened, "PRAGMA synchronous = EXTRA", nullptr, nullptr, nullptr) != SQLITE_OK)
+    // power cut takes the last commit with it. Without the check, a page whose cells do not fit it
+    // is written to all the same, and a new punch may take the place of an old one.
+    constexpr char Settings[] = "PRAGMA synchronous = EXTRA; PRAGMA cell_size_check = ON";
+    if (sqlite3_exec(opened, Settings, nullptr, nullptr, nullptr) != SQLITE_OK)
         ::fail(opened, path);
     return database;
 }

@@ -125,6 +125,25 @@ private Q_SLOTS:
         QCOMPARE(t.database.run("SELECT RecordCount FROM RawData"), batchIsWritten ? "2" : "1");
     }
 
+    /// What a damaged page calls free may be a stored punch.
+    void damagedPage()
+    {
+        constexpr qsizetype PageSize = 4096;
+        constexpr qsizetype FreeAt = 5; // where free bytes end, how many are lost, the first cell
+        Fixture t("INSERT INTO RawDataDetails VALUES (0, '1001', 1, 'x', 0, 0)");
+        const QString number =
+            t.database.run("SELECT rootpage FROM sqlite_schema WHERE name = 'RawDataDetails'");
+        const qsizetype page = (number.toInt() - 1) * PageSize;
+        QByteArray content = TemporaryHome::read(t.database.file());
+        content.replace(page + FreeAt, 5, QByteArray("\x10\0\0\xff\xff", 5));
+        TemporaryHome::write(t.database.file(), content);
+        t.punch("1002", 1);
+        QCOMPARE(t.host.boxes.join(u'\n'),
+                 "11: database disk image is malformed: " + t.database.file());
+        QCOMPARE(TemporaryHome::read(t.database.file()).mid(page, PageSize),
+                 content.mid(page, PageSize));
+    }
+
     void employees_data()
     {
         Table<QByteArray, QString, QString, QString> row("sql", "badge", "name", "box");
