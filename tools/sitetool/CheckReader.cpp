@@ -136,7 +136,7 @@ bool isLine(const QString &path)
 /// Why the clock could not open the device, and what to do about it; empty when it could.
 QString obstacle(const QString &path)
 {
-    if (const QString missing = hindrance(path, F_OK); !missing.isEmpty())
+    if (QString missing = hindrance(path, F_OK); !missing.isEmpty())
         return missing;
     if (!isLine(path))
         return QStringLiteral("There is no serial line behind it.");
