@@ -172,7 +172,7 @@ void checkPort(int port, bool isUsed, const std::optional<LockHolder> &clock, Fi
 std::optional<LockHolder> runningClock()
 {
     for (const QString &path : instanceLockFiles()) {
-        if (const auto holder = lockHolder(path))
+        if (auto holder = lockHolder(path))
             return holder;
     }
     return {};
