@@ -316,7 +316,8 @@ bool mayWrite(const QString &path, Findings &findings)
             may = false;
         }
     }
-    if (QStorageInfo(folder).bytesAvailable() < RoomForPunch)
+    const QStorageInfo disk(folder); // which is not known everywhere
+    if (disk.isValid() && disk.bytesAvailable() < RoomForPunch)
         findings.say(Findings::Stopping, QStringLiteral("The disk is full, at %1.").arg(folder));
     else if (may)
         findings.say(Findings::Good, QStringLiteral("It and its folder can be written."));
