@@ -6,7 +6,8 @@
 #include <sys/signalfd.h>
 
 /// The requests of a user or of the system that the program end, by Ctrl-C or a signal, as a
-/// descriptor that can be read. While it lives these signals do nothing else.
+/// descriptor that can be read. From its making on these signals do nothing else: a second Ctrl-C
+/// must not end the process before it has said why.
 class EndRequests
 {
 public:
@@ -15,18 +16,10 @@ public:
         sigemptyset(&m_signals);
         for (const int number : {SIGINT, SIGTERM, SIGHUP})
             sigaddset(&m_signals, number);
-        sigprocmask(SIG_BLOCK, &m_signals, &m_before);
+        sigprocmask(SIG_BLOCK, &m_signals, nullptr);
         m_requests = FileDescriptor(signalfd(-1, &m_signals, SFD_CLOEXEC));
     }
 
-    /// Discards the requests that have come: they were met and must not end the process.
-    ~EndRequests()
-    {
-        const timespec noWait = {};
-        while (sigtimedwait(&m_signals, nullptr, &noWait) > 0) {
-        }
-        sigprocmask(SIG_SETMASK, &m_before, nullptr);
-    }
     EndRequests(const EndRequests &) = delete;
     EndRequests &operator=(const EndRequests &) = delete;
 
@@ -34,6 +27,5 @@ public:
 
 private:
     sigset_t m_signals;
-    sigset_t m_before;
     FileDescriptor m_requests;
 };
