@@ -139,7 +139,8 @@ std::size_t takeTable(JetFile &old, const JetTable &table, NewDatabase &database
     return rows;
 }
 
-/// Fills the empty file `draft` from the old database.
+} // namespace
+
 void takeOver(const QByteArray &oldFile, const QByteArray &draft)
 {
     JetFile old(oldFile, progress);
@@ -168,8 +169,6 @@ void takeOver(const QByteArray &oldFile, const QByteArray &draft)
         print(name, QStringLiteral("in another file"), QStringLiteral("none"), nameWidth);
     database.run("COMMIT");
 }
-
-} // namespace
 
 int importOld(const QStringList &arguments)
 {

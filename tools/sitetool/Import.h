@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QStringList>
 
 /// `sitetool import OLD.mdb [FILE]`: makes a database with all tables of an old one and prints a
@@ -8,3 +9,7 @@
 /// be carried over, when the old file shows any sign of damage, or when it lacks what the clock
 /// needs.
 int importOld(const QStringList &arguments);
+
+/// The work of it: fills the empty file `draft` from the old one and prints the table to standard
+/// output. It throws NotDone, or fails in the ways of JetFile: use it in a process of its own.
+void takeOver(const QByteArray &oldFile, const QByteArray &draft);
