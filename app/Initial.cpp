@@ -9,6 +9,7 @@
 #include <QApplication>
 
 #include <algorithm>
+#include <csignal>
 
 namespace Initial
 {
@@ -19,6 +20,8 @@ int Main(int argc, char *argv[])
     if (instance.PrevInstance())
         return 0;
 
+    // A limit on the size of files is a failure of the write, as a full disk is, and not the end.
+    std::signal(SIGXFSZ, SIG_IGN);
     argc = std::min(argc, 1); // its name: the toolkit would act on the arguments it knows
     QApplication application(argc, argv);
     QApplication::setApplicationName(ApplicationTitle);

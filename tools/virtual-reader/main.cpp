@@ -23,9 +23,10 @@ constexpr char Description[] =
     "begins with %, ; or + spells its tracks, as in %ANN;1001+7; an empty line swipes the card\n"
     "that was written last. Bytes for which a line that nobody reads has no room are dropped.\n"
     "The end of the input, Ctrl-C or a signal pulls the reader out.\n\n"
-    "A line that begins with ! sets how the reader answers from now on:\n"
+    "A line that begins with ! sets how the reader answers from now on, or breaks off a swipe:\n"
     "  !answer MANNER          as the option --answer\n"
-    "  !block-check on|off     as the option --block-check\n\n"
+    "  !block-check on|off     as the option --block-check\n"
+    "  !begin LINE             sends the swipe of LINE without its last two bytes\n\n"
     "The status is 0 on success, 1 on failure, 2 when the command line is not understood.";
 
 struct MannerName {
@@ -118,6 +119,8 @@ private:
             m_protocol.manner = *manner;
         else if (command == u"!block-check on" || command == u"!block-check off")
             m_protocol.blockCheck = argument == u"on";
+        else if (command.startsWith(u"!begin "))
+            send(swipeFrame(line.section(u' ', 1)).chopped(2));
         else
             complain(QStringLiteral("not understood: ") + visible(line));
     }
