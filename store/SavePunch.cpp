@@ -28,7 +28,7 @@ std::int16_t countIntoBatch(Host &host, DataEnvironment &environment)
         batches.Close();
     environment.RawData();
 
-    if (batches.RecordCount() <= 0) {
+    if (batches.Eof()) {
         addBatch(batches, 0, host.Now());
         return 0;
     }

@@ -10,6 +10,9 @@ CREATE TABLE RawData (
     DownloadResult VARCHAR(50)  -- where the batch comes from: MSR is the clock's own mark
 );
 
+-- At a punch the clock looks for its own mark.
+CREATE INDEX RawDataDownloadResult ON RawData (DownloadResult);
+
 CREATE TABLE RawDataDetails (
     -- A punch.
     ID INTEGER NOT NULL,             -- ID of its batch in RawData, the same for all punches of it

@@ -167,7 +167,10 @@ void takeOver(const QByteArray &oldFile, const QByteArray &draft)
     }
     for (const QString &name : old.linkedTables())
         print(name, QStringLiteral("in another file"), QStringLiteral("none"), nameWidth);
-    database.run("COMMIT");
+    // What the clock looks for at a swipe.
+    database.run("CREATE INDEX RawDataDownloadResult ON RawData (DownloadResult);"
+                 "CREATE INDEX EmployeePersonalID ON Employee (PersonalID);"
+                 "COMMIT");
 }
 
 int importOld(const QStringList &arguments)
