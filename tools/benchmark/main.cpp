@@ -1,4 +1,7 @@
+// Measures the parts of a clock and prints rows of a table. scripts/bench calls it.
+
 #include "app/frmMain.h"
+#include "app/settings/SettingsStore.h"
 #include "app/settings/UserSettings.h"
 #include "platform/text/RegionalFormat.h"
 #include "platform/windows/DesktopHost.h"
@@ -8,10 +11,7 @@
 #include "tools/virtual-reader/VirtualReader.h"
 
 #include <QApplication>
-#include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
-#include <QTemporaryDir>
 
 #include <sqlite3.h>
 
@@ -93,23 +93,17 @@ public:
     std::function<void()> onNow;
 };
 
-/// SQLite without anything around it, as durable as the clock.
+/// SQLite without anything around it, as durable as the clock, on a database with one batch.
 class BareDatabase
 {
 public:
-    explicit BareDatabase(const QString &path)
+    BareDatabase()
     {
-        sqlite3_open(path.toUtf8().constData(), &m_database);
+        sqlite3_open("bare.mdb", &m_database);
         run("PRAGMA synchronous = EXTRA");
     }
     ~BareDatabase() { sqlite3_close(m_database); }
     Q_DISABLE_COPY_MOVE(BareDatabase)
-
-    void run(const QByteArray &sql)
-    {
-        if (sqlite3_exec(m_database, sql.constData(), nullptr, nullptr, nullptr) != SQLITE_OK)
-            giveUp(sqlite3_errmsg(m_database));
-    }
 
     /// The two commits of a punch.
     void store()
@@ -120,28 +114,14 @@ public:
     }
 
 private:
+    void run(const char *sql)
+    {
+        if (sqlite3_exec(m_database, sql, nullptr, nullptr, nullptr) != SQLITE_OK)
+            giveUp(sqlite3_errmsg(m_database));
+    }
+
     sqlite3 *m_database = nullptr;
 };
-
-/// A database with so many stored punches, in the last of so many batches.
-void makeDatabase(const QString &path, qlonglong punches, qlonglong batches)
-{
-    QFile schema(QStringLiteral(":/store/schema.sql"));
-    if (!schema.open(QIODevice::ReadOnly))
-        giveUp("no schema");
-    const auto upTo = [](qlonglong count) {
-        return "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n LIMIT " +
-               QByteArray::number(count) + ") ";
-    };
-    BareDatabase database(path);
-    database.run(schema.readAll());
-    database.run("INSERT INTO Employee VALUES ('1001', 'Anna Example')");
-    database.run(upTo(batches) + "INSERT INTO RawData SELECT i % 32768, 0, '2026-01-01 00:00:00', "
-                                 "iif(i = (SELECT max(i) FROM n), 'MSR', 'other') FROM n");
-    if (punches > 0)
-        database.run(upTo(punches) + "INSERT INTO RawDataDetails SELECT 0, i, 1, "
-                                     "'2026-01-01 00:00:00', 0, 0 FROM n");
-}
 
 /// Lets things happen until a condition holds and the clock is done with what made it hold.
 void runEvents(const std::function<bool()> &until)
@@ -157,17 +137,14 @@ struct PunchTimes {
     double stored; ///< until both rows were durable
 };
 
-/// A clock at work on a reader and a database in a folder of the disk under test.
+/// A clock at work on a reader at COM1 and the database in the current folder.
 class Clock
 {
 public:
-    explicit Clock(qlonglong punches, qlonglong batches = 1)
+    Clock()
     {
-        qputenv("XDG_CONFIG_HOME", folder.path().toUtf8());
-        QDir(folder.path()).mkpath(QStringLiteral("Tavrel"));
-        makeDatabase(folder.filePath(QStringLiteral("Orvanta.mdb")), punches, batches);
-        m_reader.linkAt(folder.filePath(QStringLiteral("Tavrel/COM1")));
-        environment.conOV.ConnectionString(connectionString(folder.filePath(QStringLiteral("."))));
+        m_reader.linkAt(settingsFolder(ApplicationTitle) + QStringLiteral("/COM1"));
+        environment.conOV.ConnectionString(connectionString(QStringLiteral(".")));
         m_window.Show();
     }
 
@@ -198,7 +175,6 @@ public:
         return times;
     }
 
-    QTemporaryDir folder{QDir::currentPath() + QStringLiteral("/benchmark-XXXXXX")};
     HookedHost host;
     DataEnvironment environment;
 
@@ -219,14 +195,12 @@ private:
     frmMain m_window{host, environment};
 };
 
-void benchmarkPunch(qlonglong punches, bool withShares)
+/// Punches on a database that holds what the words say.
+void benchmarkPunch(const QString &database, bool withShares)
 {
     constexpr int Rounds = 201;
-    Clock clock(punches);
-    const QString bareFile = clock.folder.filePath(QStringLiteral("bare"));
-    QFile::copy(clock.folder.filePath(QStringLiteral("Orvanta.mdb")), bareFile);
-    BareDatabase bare(bareFile);
-
+    Clock clock;
+    BareDatabase bare;
     std::map<QString, Times> times;
     for (int i = 0; i < Rounds; ++i) {
         const double lookUp = timed([&] {
@@ -240,40 +214,27 @@ void benchmarkPunch(qlonglong punches, bool withShares)
         times["store"].push_back(punch.stored - punch.shown);
         times["whole"].push_back(punch.stored);
         clock.insidePoll([&] { times["bare"].push_back(timed([&] { bare.store(); })); });
+        if (withShares && i % 4 == 0)
+            times["between"].push_back(clock.swipe(false).stored);
     }
     const double ratio = quantile(times["store"], 0.5) / quantile(times["bare"], 0.5);
-    row(QStringLiteral("a punch on %1 stored ones").arg(punches), milliseconds(times["whole"]));
+    row(QStringLiteral("a punch on %1").arg(database), milliseconds(times["whole"]));
     row(QStringLiteral("its two commits by SQLite alone"), milliseconds(times["bare"]));
     row(QStringLiteral("its store; times those commits"),
         QStringLiteral("%1; %2").arg(milliseconds(times["store"])).arg(ratio, 0, 'f', 2));
     if (!withShares)
         return;
-
     row(QStringLiteral("its look-up"), milliseconds(times["look-up"]));
     row(QStringLiteral("its window, made and filled"), milliseconds(times["made"]));
     row(QStringLiteral("its window, shown"), milliseconds(times["shown"]));
-    Times between;
-    for (int i = 0; i < Rounds / 4; ++i)
-        between.push_back(clock.swipe(false).stored);
-    row(QStringLiteral("a punch whose frame comes between two polls"), milliseconds(between));
-}
-
-void benchmarkBatches(qlonglong batches)
-{
-    constexpr int Rounds = 51;
-    Clock clock(0, batches);
-    Times times;
-    for (int i = 0; i < Rounds; ++i)
-        times.push_back(clock.swipe().stored);
-    row(QStringLiteral("a punch in the last of %1 batches").arg(batches), milliseconds(times));
+    row(QStringLiteral("a punch whose frame comes between two polls"),
+        milliseconds(times["between"]));
 }
 
 /// The parts of a tick, each done many times over.
 void benchmarkTick()
 {
     constexpr int Rounds = 5000;
-    const QTemporaryDir folder;
-    qputenv("XDG_CONFIG_HOME", folder.path().toUtf8());
     for (const UserSettings::Key &key : {UserSettings::ClockIn, UserSettings::ClockOut})
         UserSettings::write(key, QStringLiteral("06:00:00"));
     HookedHost host;
@@ -372,15 +333,16 @@ void benchmarkDriver()
 int main(int argc, char *argv[])
 {
     QApplication application(argc, argv);
-    const QString what = QApplication::arguments().value(1);
-    const QString size = QApplication::arguments().value(2);
+    const QStringList arguments = QApplication::arguments();
+    const QString what = arguments.value(1);
     const std::map<QString, std::function<void()>> parts{
-        {QStringLiteral("punch"), [&] { benchmarkPunch(size.toLongLong(), size == u"0"); }},
-        {QStringLiteral("batches"), [&] { benchmarkBatches(size.toLongLong()); }},
+        {QStringLiteral("punch"),
+         [&] { benchmarkPunch(arguments.value(2), arguments.value(3) == u"shares"); }},
         {QStringLiteral("tick"), benchmarkTick},
         {QStringLiteral("driver"), benchmarkDriver},
         {QStringLiteral("first-tick"), runToFirstTick},
-        {QStringLiteral("empty-window"), [&] { runEmptyWindow(size == u"first-tick"); }}};
+        {QStringLiteral("empty-window"),
+         [&] { runEmptyWindow(arguments.value(2) == u"first-tick"); }}};
     try {
         if (const auto part = parts.find(what); part != parts.end()) {
             part->second();
@@ -389,6 +351,7 @@ int main(int argc, char *argv[])
     } catch (const Failure &failure) {
         giveUp(qPrintable(failure.description));
     }
-    giveUp("one of: punch ROWS, batches ROWS, tick, driver, first-tick, empty-window [first-tick]\n"
-           "measures the clock, with files in the current folder, and prints rows of a table");
+    giveUp(
+        "punch WHAT-IS-STORED [shares] | tick | driver | first-tick | empty-window [first-tick]\n"
+        "works on Orvanta.mdb and its copy bare.mdb in the current folder, and on COM1");
 }
