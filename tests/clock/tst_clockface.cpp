@@ -1,5 +1,6 @@
 #include "clock/AutoSwitch.h"
 #include "clock/ClockFace.h"
+#include "clock/Figures.h"
 #include "platform/text/RegionalFormat.h"
 #include "platform/windows/Appearance.h"
 #include "tests/support/PaintCounter.h"
@@ -64,6 +65,13 @@ private Q_SLOTS:
             }
             QCOMPARE(names(face->img(k * 10)->parent()), images);
         }
+    }
+
+    void figures_are_drawn_for_the_density_of_the_screen()
+    {
+        const QImage digit = shown(face->img(8)).convertToFormat(QImage::Format_RGB32);
+        QVERIFY(digit ==
+                drawFigure(8, std::max(1, qEnvironmentVariableIntValue("QT_SCALE_FACTOR"))));
     }
 
     void digits_come_to_the_front()

@@ -150,14 +150,14 @@ private Q_SLOTS:
         }
     }
 
-    void a_typed_time_is_saved_though_disabled()
+    void a_typed_time_is_saved_as_the_user_writes_it_though_disabled()
     {
         SaveSetting("Tavrel", "Punch", "AutoSwitch", "1");
         Dialog dialog;
         QTest::keyClicks(dialog.find("dtpClock(0)"), "1730");
         dialog.click("chkAutoSwitch");
         dialog.click("cmdCtrl(0)");
-        QCOMPARE(timeText(GetSetting("Tavrel", "Punch", "ClockIn", {})), timeOfDay(QTime(17, 30)));
+        QCOMPARE(GetSetting("Tavrel", "Punch", "ClockIn", {}), formatTimeOfDay(QTime(17, 30)));
         QCOMPARE(GetSetting("Tavrel", "Punch", "AutoSwitch", {}), "0");
     }
 

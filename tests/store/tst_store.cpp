@@ -22,8 +22,8 @@ private Q_SLOTS:
     {
         Table<QByteArray, QString, QString> row("before", "after", "box");
         row("open batch", "(7, 41, 'x', 'MSR')", "7|42|2026-03-09 09:05:07|MSR", "");
-        row("none marked", "(7, 4, 'x', 'a'), (3, 4, 'x', NULL)",
-            "7|4|x|a\n3|4|x|NULL\n8|1|2026-03-09 09:05:07|MSR", "");
+        row("none marked", "(7, 4, 'x', 'msr'), (3, 4, 'x', NULL)",
+            "7|4|x|msr\n3|4|x|NULL\n8|1|2026-03-09 09:05:07|MSR", "");
         row("two marked", "(9, 1, 'x', 'MSR'), (2, 1, 'x', 'MSR')",
             "9|2|2026-03-09 09:05:07|MSR\n2|1|x|MSR", "");
         row("count as a text", "(7, '41', 'x', 'MSR')", "7|42|2026-03-09 09:05:07|MSR", "");

@@ -165,11 +165,13 @@ private Q_SLOTS:
         // Also when the computer's clock has been set back since the file was written.
         QFile file(home.settingsFile());
         QVERIFY(file.open(QIODevice::ReadWrite));
-        file.setFileTime(QDateTime::currentDateTime().addDays(1), QFile::FileModificationTime);
+        const QDateTime tomorrow = QDateTime::currentDateTime().addDays(1);
+        file.setFileTime(tomorrow, QFile::FileModificationTime);
         file.close();
         QCOMPARE(get("Punch", "ClockIn"), "1 from outside");
         save("ClockIn", "2 from outside");
         QCOMPARE(get("Punch", "ClockIn"), "2 from outside");
+        QVERIFY(QFileInfo(home.settingsFile()).lastModified() > tomorrow);
     }
 
     void a_failed_write_changes_nothing()

@@ -166,6 +166,7 @@ private Q_SLOTS:
         QByteArray arrived;
         QTRY_VERIFY((arrived += line.reader.receive(0)).size() == much.size());
         QVERIFY(arrived == much);
+        QTRY_VERIFY(!QEventLoop().processEvents()); // nothing keeps the processor at work
     }
 
     void a_reader_takes_away_its_own_link_alone()
