@@ -42,8 +42,14 @@ private Q_SLOTS:
         row("number", employees + "INSERT INTO Employee VALUES (7, 'Ann')", 0,
             "note: Badges stored as numbers, which have lost leading zeros and may be shown as "
             "Unknown: 7.");
-        row("odd badge", employees + "INSERT INTO Employee VALUES (char(27), NULL)", 0,
-            "note: Employees whose Name is Null, which is a message box at each swipe: \\x1B.");
+        row("odd badge", employees + "INSERT INTO Employee VALUES (char(27, 127), NULL)", 0,
+            "note: Employees whose Name is Null, which is a message box at each swipe: "
+            "\\x1B\\x7F.");
+        row("as many as are listed",
+            employees +
+                "INSERT INTO Employee VALUES (1, 1), (2, 1), (3, 1), (4, 1), (5, 1), (6, 1), "
+                "(7, 1), (8, 1), (9, 1), (10, 1)",
+            0, "Unknown: 1, 2, 3, 4, 5, 6, 7, 8, 9, 10.");
     }
     void database()
     {
@@ -111,6 +117,8 @@ private Q_SLOTS:
             "note: Communication/Comport is \"x\", which is taken for 0: COM1.");
         row("other port", "[Communication]\nComport=3", 1, "STOPS PUNCHES: COM4 is ");
         row("beyond the ports", "[Communication]\nComport=8", 1, "STOPS PUNCHES: COM9 is ");
+        row("no port", "[Communication]\nComport=99999", 1,
+            "STOPS PUNCHES: Communication/Comport is \"99999\", which stands for nothing.");
         row("no rate", "[Communication]\nBaudRate=3", 1,
             "STOPS PUNCHES: Communication/BaudRate is \"3\", which stands for nothing.");
         row("no track", "[MSR]\nTrack=3", 1,

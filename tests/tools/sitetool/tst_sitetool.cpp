@@ -97,6 +97,8 @@ private Q_SLOTS:
         row("numbers", 4, {{in4(9, 63 + 25), "\x07"}}, begins, "0.25");
         row("names", 4, {{in4(9, 170), wide("L\"]\u00b4 ")}, {in4(11, 3140), wide("a \"b'\u5348")}},
             "SELECT \"L\"\"]´ \" FROM \"a \"\"b'午\" LIMIT 1", "'Früh'");
+        row("another case", 3, {{in3(12, 1487), "RAWDATADETAILS"}},
+            "SELECT count(*) FROM RawDataDetails", "1200");
         // The shifts in the employees' place, their number in that of the badge.
         row("numbers as badges", 4,
             {{in4(11, 0xc71), "\x09"},
@@ -168,6 +170,9 @@ private Q_SLOTS:
         QVERIFY(query(".schema").contains("1 is clock in, 0 is clock out"));
         QCOMPARE(query("INSERT INTO Employee VALUES ('00123', 'Ann'); SELECT * FROM Employee"),
                  "'00123','Ann'");
+        QCOMPARE(query("INSERT OR IGNORE INTO Employee VALUES ('00124', NULL); "
+                       "SELECT count(*) FROM Employee"),
+                 "1");
         const Run again = start(SITETOOL, {"new", path("new.mdb")});
         QCOMPARE(again.status, 1);
         QVERIFY(again.errors.contains("exists already"));
