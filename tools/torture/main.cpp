@@ -1,147 +1,30 @@
-// The trials of scripts/torture that need more punches, or more hours, than a started clock has the
-// time for. Each prints a line of counts and ends with status 0 when nothing was missed.
+// Swipes badges through the clock's window in one process: more than its tick of 100 ms has the
+// time for, or on days that fly past. scripts/torture calls it.
 
 #include "app/frmMain.h"
 #include "app/settings/SettingsStore.h"
 #include "app/settings/UserSettings.h"
+#include "platform/database/Statement.h"
 #include "platform/host/EventLoopHost.h"
 #include "platform/text/RegionalFormat.h"
 #include "store/DataEnvironment.h"
-#include "store/GetEmployeeName.h"
-#include "store/SavePunch.h"
 #include "tools/virtual-reader/VirtualReader.h"
 
 #include <QApplication>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QTimerEvent>
 
-#include <sqlite3.h>
-
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <random>
 
 namespace
 {
 
-/// The real machine without message boxes, which are counted: no trial here gives reason for one.
-class TrialHost : public EventLoopHost
-{
-public:
-    using Host::MsgBox;
-    void MsgBox(const QString &text, const QString &, MsgBoxIcon) override
-    {
-        std::fprintf(stderr, "torture: a message box: %s\n", qPrintable(text));
-        ++boxes;
-    }
-    int boxes = 0;
-};
-
-/// The first value of a query, by a connection of its own.
-QString stored(const char *query)
-{
-    sqlite3 *database = nullptr;
-    QString text = QStringLiteral("nothing");
-    const auto take = [](void *taken, int, char **values, char **) {
-        *static_cast<QString *>(taken) = QString::fromUtf8(values[0]);
-        return 0;
-    };
-    sqlite3_open("Orvanta.mdb", &database);
-    sqlite3_exec(database, query, take, &text, nullptr);
-    sqlite3_close(database);
-    return text;
-}
-
-qsizetype openFiles()
-{
-    return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::Files | QDir::System).size();
-}
-
-long residentKilobytes()
-{
-    QFile status(QStringLiteral("/proc/self/statm"));
-    return status.open(QIODevice::ReadOnly)
-               ? status.readAll().split(' ')[1].toLong() * (sysconf(_SC_PAGESIZE) / 1024)
-               : 0;
-}
-
-/// A frame of which the line has only the beginning until the driver waits for the rest.
-class CutFrameHost : public TrialHost
-{
-public:
-    explicit CutFrameHost(VirtualReader &reader) : m_reader(reader) {}
-    void DoEvents(std::int32_t longestWait) override
-    {
-        m_reader.send(std::exchange(rest, {}));
-        TrialHost::DoEvents(longestWait);
-    }
-    QByteArray rest;
-
-private:
-    VirtualReader &m_reader;
-};
-
-/// So many badges through line, driver, look-up and store, every other frame cut in the middle.
-bool throughDriverAndStore(int count, VirtualReader &reader, DataEnvironment &environment,
-                           std::mt19937 &random)
-{
-    CutFrameHost host(reader);
-    ReaderConnection connection(host);
-    connection.ConnectReader();
-    int misread = 0;
-    long memory = 0;
-    qsizetype files = 0;
-    for (int i = 0; i < count; ++i) {
-        const QByteArray frame = "\2%" + QByteArray(static_cast<int>(random() % 80), 'A') + "?;" +
-                                 QByteArray::number(i) + "?\3";
-        const auto cut = i % 2 ? frame.size() : static_cast<qsizetype>(random() % frame.size());
-        host.rest = frame.mid(cut);
-        reader.send(frame.left(cut));
-
-        QString track1, badge, track3, name;
-        if (connection.reader().ReadTracks(200, track1, badge, track3) != CMRW::Success ||
-            badge != QString::number(i))
-            ++misread;
-        GetEmployeeName(host, environment, badge, name);
-        SavePunch(host, environment, badge, host.Now(), 1);
-        if (i == count / 4) { // the page cache is full, or as full as it will be
-            memory = residentKilobytes();
-            files = openFiles();
-        }
-    }
-    memory = residentKilobytes() - memory;
-    files = openFiles() - files;
-    const QString rows = stored("SELECT count(*) FROM RawDataDetails");
-    const QString badges = stored("SELECT count(DISTINCT PersonalID) FROM RawDataDetails "
-                                  "WHERE PersonalID + 0 < (SELECT RecordCount FROM RawData)");
-    std::printf("%d frames, %d misread, %s rows, %s badges, %d boxes, %ld kB and %d files more\n",
-                count, misread, qPrintable(rows), qPrintable(badges), host.boxes, memory,
-                static_cast<int>(files));
-    return misread == 0 && rows == QString::number(count) && badges == rows && host.boxes == 0 &&
-           memory < 2048 && files <= 0;
-}
-
-/// Time that passes as fast as the clock can follow: while somebody waits, and between ticks.
-class FastHost : public TrialHost
-{
-public:
-    explicit FastHost(const QDateTime &start) : milliseconds(start.toMSecsSinceEpoch()) {}
-    std::int32_t GetTickCount() override { return static_cast<std::int32_t>(milliseconds); }
-    void DoEvents(std::int32_t longestWait) override
-    {
-        TrialHost::DoEvents(0);
-        milliseconds += std::clamp(longestWait, 1, 50);
-    }
-    QDateTime Now() override { return at(milliseconds); }
-    static QDateTime at(qint64 moment)
-    {
-        return QDateTime::fromMSecsSinceEpoch(moment / 1000 * 1000);
-    }
-    qint64 milliseconds;
-};
-
-/// Takes the waiting out of the timer whose name it is, once that has begun to tick.
+/// Takes the waiting out of the tick's timer, once that has begun to tick.
 class Hurry : public QObject
 {
     bool eventFilter(QObject *object, QEvent *event) override
@@ -153,79 +36,163 @@ class Hurry : public QObject
     }
 };
 
-/// What the window has to show at a moment, and a punch of then has to hold.
-struct Expected {
-    explicit Expected(const QDateTime &now)
-        : digits(now.toString(QStringLiteral("HHmmss"))), date(formatLongDate(now)),
-          stored(now.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")))
+struct Resources {
+    static Resources inUse()
     {
-        const auto sinceClockIn = [](const QTime &time) {
-            return (ClockIn.secsTo(time) + Day) % Day;
-        };
-        clockIn = sinceClockIn(now.time()) < sinceClockIn(ClockOut);
+        QFile status(QStringLiteral("/proc/self/statm"));
+        Failure::unless(status.open(QIODevice::ReadOnly));
+        const long pages = status.readAll().split(' ')[1].toLong();
+        const QDir files(QStringLiteral("/proc/self/fd"));
+        return {pages * (sysconf(_SC_PAGESIZE) / 1024), files.entryList(QDir::System).size()};
     }
-    bool isShown(const ClockFace &face) const
+    long kilobytes, files;
+};
+
+const QTime ClockIn(23, 55), ClockOut(1, 55, 30); // around midnight, and before both changes
+
+bool isClockIn(const QDateTime &now)
+{
+    return now.time() >= ClockIn || now.time() < ClockOut;
+}
+
+/// A clock, the machine it runs on and the reader it is swiped at. Where a start is given, in
+/// milliseconds since 1970, time flies past: by as much as somebody is ready to wait. After each
+/// tick the window must show what the time wants, and each punch must hold the time of then.
+class Trial : EventLoopHost
+{
+public:
+    Trial(std::mt19937 &random, qint64 start = 0) : m_random(random), m_flying(start)
     {
+        for (DataEnvironment *environment : {&m_environment, &m_witness})
+            environment->conOV.ConnectionString(connectionString(QStringLiteral(".")));
+        m_reader.linkAt(settingsFolder(ApplicationTitle) + QStringLiteral("/COM1"));
+        m_window.Show();
+        while (m_window.face.txtDate->text().isEmpty())
+            QCoreApplication::processEvents();
+    }
+
+    /// So many badges, one each `span` milliseconds at a random moment of it. Prints the counts,
+    /// and returns whether nothing was missed.
+    bool run(int count, int span)
+    {
+        const qint64 start = time();
+        const QString name = Now().toString(u"yyyyMMddHHmm");
+        Resources before{};
+        for (int i = 0; i < count; ++i) {
+            const qint64 end = start + qint64{span} * (i + 1);
+            tickUntil(end - (span ? m_random() % span : 0));
+            swipe(name.toLatin1() + ':' + QByteArray::number(i));
+            tickUntil(end);
+            if (i == count / 4)
+                before = Resources::inUse();
+        }
+        const Resources after = Resources::inUse();
+        const long kilobytes = after.kilobytes - before.kilobytes;
+        const long files = after.files - before.files;
+        const QString rows = stored(QStringLiteral("SELECT count(*) FROM RawDataDetails "
+                                                   "WHERE PersonalID LIKE '%1:%'")
+                                        .arg(name));
+        must(kilobytes < 1024 && files <= 0 && rows == QString::number(count));
+        std::printf("%s %d swiped, %s stored, %d ticks, %ld kB and %ld files more, %d missed\n",
+                    qPrintable(name), count, qPrintable(rows), m_ticks, kilobytes, files, m_missed);
+        return m_missed == 0;
+    }
+
+private:
+    using Host::MsgBox;
+    void MsgBox(const QString &text, const QString &, MsgBoxIcon) override
+    {
+        std::fprintf(stderr, "torture: a message box: %s\n", qPrintable(text));
+        ++m_missed;
+    }
+    void DoEvents(std::int32_t longestWait) override
+    {
+        m_reader.send(std::exchange(m_restOfFrame, {}));
+        EventLoopHost::DoEvents(m_flying ? 0 : longestWait);
+        m_flying += m_flying ? std::clamp(longestWait, 1, 50) : 0;
+    }
+    qint64 time() const { return m_flying ? m_flying : QDateTime::currentMSecsSinceEpoch(); }
+    std::int32_t GetTickCount() override { return static_cast<std::int32_t>(time()); }
+    QDateTime Now() override { return QDateTime::fromMSecsSinceEpoch(time() / 1000 * 1000); }
+
+    /// The first value of a query, on another connection than the clock's.
+    QString stored(const QString &query)
+    {
+        Statement statement(m_witness.conOV, query);
+        return statement.step() ? statement.value(0).toVariant().toString() : QString();
+    }
+
+    /// At the real time the frame comes in two parts, the second while the driver waits for it.
+    void swipe(const QByteArray &badge)
+    {
+        const QByteArray frame = "\2%" + QByteArray(m_random() % 80, 'A') + "?;" + badge + "?\3";
+        const qsizetype cut = m_flying ? frame.size() : m_random() % frame.size();
+        m_restOfFrame = frame.mid(cut);
+        m_reader.send(frame.left(cut));
+
+        QString row;
+        const QDeadlineTimer deadline(std::chrono::seconds(30));
+        do {
+            tick();
+            row = stored(QStringLiteral("SELECT PersonalID || DateTime || EventStatus "
+                                        "FROM RawDataDetails ORDER BY rowid DESC LIMIT 1"));
+        } while (!row.startsWith(badge) && !deadline.hasExpired());
+        mustHold([&](const QDateTime &now) {
+            return row.startsWith(badge + now.toString(u"yyyy-MM-dd HH:mm:ss").toLatin1());
+        });
+        mustHold([&](const QDateTime &now) { return row.endsWith(isClockIn(now) ? u'1' : u'0'); });
+    }
+
+    void tickUntil(qint64 moment)
+    {
+        while (time() < moment)
+            tick();
+    }
+
+    void tick()
+    {
+        ++m_ticks;
+        m_tickBegin = time();
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        mustHold([this](const QDateTime &now) { return isShown(now); });
+    }
+
+    bool isShown(const QDateTime &now) const
+    {
+        const ClockFace &face = m_window.face;
+        const QString digits = now.toString(u"HHmmss");
         for (int k = 0; k < digits.size(); ++k) {
             const QWidget *digit = face.img(k * 10 + digits[k].digitValue());
             if (digit->parent()->children().back() != digit)
                 return false;
         }
-        return face.txtDate->text() == date && face.optEvent(0)->Value() == clockIn;
+        return face.txtDate->text() == formatLongDate(now) &&
+               face.optEvent(0)->Value() == isClockIn(now);
     }
 
-    static constexpr int Day = 86400;
-    static inline const QTime ClockIn{23, 55}, ClockOut{1, 55, 30};
-    QString digits, date, stored;
-    bool clockIn = false;
+    /// Something must hold in one of the seconds of the last tick.
+    template <typename Predicate> void mustHold(const Predicate &holds)
+    {
+        const qint64 end = time();
+        for (qint64 moment = m_tickBegin; moment < end; moment += 1000) {
+            if (holds(QDateTime::fromMSecsSinceEpoch(moment)))
+                return;
+        }
+        must(holds(QDateTime::fromMSecsSinceEpoch(end)));
+    }
+
+    void must(bool held) { m_missed += held ? 0 : 1; }
+
+    std::mt19937 &m_random;
+    qint64 m_flying; ///< 0 at the real time
+    qint64 m_tickBegin = 0;
+    int m_ticks = 0;
+    int m_missed = 0;
+    VirtualReader m_reader;
+    QByteArray m_restOfFrame;
+    DataEnvironment m_environment, m_witness;
+    frmMain m_window{*this, m_environment};
 };
-
-/// A stretch of ticks around a moment: at each the window shows what the time wants, and a badge
-/// every so often is stored with the time and the type that the window then has.
-bool ticksAround(const char *moment, int minutes, VirtualReader &reader,
-                 DataEnvironment &environment, std::mt19937 &random)
-{
-    constexpr int Lag = 100; // between the last look at the time and now
-    FastHost host(QDateTime::fromString(QLatin1String(moment), Qt::ISODate));
-    const qint64 end = host.milliseconds + minutes * 30000LL;
-    host.milliseconds -= minutes * 30000LL;
-    frmMain window(host, environment);
-    window.Show();
-    QCoreApplication::processEvents();
-    const auto tick = [] {
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
-    };
-
-    tick();
-    int looks = 0, wrong = 0, swipes = 0, missed = 0;
-    for (qint64 nextSwipe = 0; host.milliseconds < end; ++looks) {
-        tick();
-        const Expected now(host.Now());
-        if (!now.isShown(window.face) &&
-            !Expected(FastHost::at(host.milliseconds - Lag)).isShown(window.face))
-            ++wrong;
-        if (host.milliseconds < nextSwipe)
-            continue;
-
-        nextSwipe = host.milliseconds + 30000 + random() % 60000;
-        const QByteArray badge = moment + QByteArray::number(++swipes);
-        reader.send("\2;" + badge + "?\3");
-        tick();
-        const QString row = stored("SELECT PersonalID || DateTime || EventStatus FROM "
-                                   "RawDataDetails ORDER BY rowid DESC LIMIT 1");
-        const auto stands = [&](const Expected &then) {
-            return row == badge + then.stored + (then.clockIn ? '1' : '0');
-        };
-        if (!stands(now) && !stands(Expected(host.Now())))
-            ++missed;
-    }
-    const QString rows = stored(QByteArray("SELECT count(*) FROM RawDataDetails WHERE PersonalID "
-                                           "LIKE '") +
-                                moment + "%'");
-    std::printf("%d min around %s: %d looks, %d wrong, %d swipes, %s rows, %d missed, %d boxes\n",
-                minutes, moment, looks, wrong, swipes, qPrintable(rows), missed, host.boxes);
-    return wrong == 0 && missed == 0 && host.boxes == 0 && rows == QString::number(swipes);
-}
 
 } // namespace
 
@@ -238,27 +205,21 @@ int main(int argc, char *argv[])
                              "works on Orvanta.mdb in the current folder, and on COM1\n");
         return 2;
     }
-    const int amount = arguments[2].toInt();
+    const int count = arguments[2].toInt();
     std::mt19937 random(arguments[3].toUInt());
-    DataEnvironment environment;
-    environment.conOV.ConnectionString(connectionString(QStringLiteral(".")));
+    Hurry hurry;
+    application.installEventFilter(&hurry);
     try {
-        VirtualReader reader;
-        reader.linkAt(settingsFolder(ApplicationTitle) + QStringLiteral("/COM1"));
-        if (arguments[1] == u"frames")
-            return throughDriverAndStore(amount, reader, environment, random) ? 0 : 1;
-
-        // Midnight, and the two changes of daylight saving in the zone of New York.
-        qputenv("TZ", "EST5EDT,M3.2.0,M11.1.0");
-        UserSettings::write(UserSettings::ClockIn, Expected::ClockIn.toString());
-        UserSettings::write(UserSettings::ClockOut, Expected::ClockOut.toString());
+        qputenv("TZ", "EST5EDT,M3.2.0,M11.1.0"); // New York
+        UserSettings::write(UserSettings::ClockIn, ClockIn.toString());
+        UserSettings::write(UserSettings::ClockOut, ClockOut.toString());
         UserSettings::write(UserSettings::AutoSwitch, QStringLiteral("1"));
-        Hurry hurry;
-        application.installEventFilter(&hurry);
-        bool good = true;
-        for (const char *moment :
-             {"2026-03-07T05:00:00Z", "2026-03-08T07:00:00Z", "2026-11-01T06:00:00Z"})
-            good &= ticksAround(moment, amount, reader, environment, random);
+        if (arguments[1] == u"frames")
+            return Trial(random).run(count, 0) ? 0 : 1;
+
+        bool good = true; // around midnight, and around both changes of daylight saving
+        for (const qint64 change : {1772859600LL, 1772953200LL, 1793512800LL})
+            good &= Trial(random, (change - qint64{count} * 30) * 1000).run(count, 60000);
         return good ? 0 : 1;
     } catch (const Failure &failure) {
         std::fprintf(stderr, "torture: %s\n", qPrintable(failure.description));
