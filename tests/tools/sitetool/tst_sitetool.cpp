@@ -40,11 +40,18 @@ static QByteArray wide(const QString &text)
     return QByteArray(reinterpret_cast<const char *>(text.utf16()), text.size() * 2);
 }
 
-/// A Jet 3 row of RawData with a text of 300 bytes, beyond the first 256.
-static QByteArray longRow()
+/// The second Jet 3 row of RawData with a text of that size. Where the row is beyond 256 bytes, the
+/// text's end is.
+static Patches rowOfText(int size)
 {
-    return QByteArray::fromHex("04050006000000000000000000d03f") + QByteArray(300, 'x') +
-           QByteArray::fromHex("3b0f01010f");
+    constexpr int RowEnd = 0x7ea;
+    const QByteArray head = QByteArray::fromHex("04050006000000000000000000d03f");
+    const auto textEnd = static_cast<char>(head.size() + size);
+    const QByteArray tail = QByteArray(1, textEnd) + QByteArray::fromHex("0f") +
+                            QByteArray(size > 237 ? 1 : 0, 1) + QByteArray::fromHex("010f");
+    const QByteArray row = head + QByteArray(size, 'x') + tail;
+    const auto begin = static_cast<quint16>(RowEnd - row.size());
+    return {{in3(25, 12), bytesOf(begin)}, {in3(25, begin), row}};
 }
 
 class TestSitetool : public QObject
@@ -106,10 +113,12 @@ private Q_SLOTS:
              {in4(9, 138), wide("\x14PersonalID\x08Time\x08Name")}},
             "SELECT Name, typeof(PersonalID) FROM Employee WHERE PersonalID = '2'",
             "'Spät','text'");
-        row("long Jet 3 row", 3,
-            {{in3(25, 12), bytesOf<quint16>(0x7ea - 320)}, {in3(25, 0x7ea - 320), longRow()}},
-            "SELECT ID, RecordCount, DateTime, length(DownloadResult) FROM RawData LIMIT 1, 1",
-            "5,6,'1899-12-30 06:00:00',300");
+        row("named as the engine's", 4, {{in4(11, 3140), wide("MSysAB")}},
+            "SELECT count(*) FROM MSysAB", "3");
+        for (const int size : {237, 300}) // in a row of 256 bytes, and beyond
+            row("long Jet 3 row", 3, rowOfText(size),
+                "SELECT ID, RecordCount, DateTime, length(DownloadResult) FROM RawData LIMIT 1, 1",
+                "5,6,'1899-12-30 06:00:00'," + QString::number(size));
     }
     void values()
     {
