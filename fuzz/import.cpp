@@ -15,7 +15,7 @@ static QByteArray unpacked(const QString &path)
 {
     QProcess gzip;
     gzip.start(QStringLiteral("gzip"), {QStringLiteral("-dc"), path});
-    gzip.waitForFinished();
+    require(gzip.waitForFinished() && gzip.exitCode() == 0, "the sample can be unpacked");
     return gzip.readAllStandardOutput();
 }
 

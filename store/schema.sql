@@ -10,8 +10,10 @@ CREATE TABLE RawData (
     DownloadResult VARCHAR(50)  -- where the batch comes from: MSR is the clock's own mark
 );
 
--- At a punch the clock looks for its own mark.
-CREATE INDEX RawDataDownloadResult ON RawData (DownloadResult);
+CREATE INDEX "RawData.DownloadResult" ON RawData (
+    -- The clock looks for its own mark at each punch.
+    DownloadResult
+);
 
 CREATE TABLE RawDataDetails (
     -- A punch.

@@ -167,9 +167,9 @@ void takeOver(const QByteArray &oldFile, const QByteArray &draft)
     }
     for (const QString &name : old.linkedTables())
         print(name, QStringLiteral("in another file"), QStringLiteral("none"), nameWidth);
-    // What the clock looks for at a swipe.
-    database.run("CREATE INDEX RawDataDownloadResult ON RawData (DownloadResult);"
-                 "CREATE INDEX EmployeePersonalID ON Employee (PersonalID);"
+    // What the clock looks for at a swipe. No old table has a point in its name.
+    database.run("CREATE INDEX `RawData.DownloadResult` ON RawData (DownloadResult);"
+                 "CREATE INDEX `Employee.PersonalID` ON Employee (PersonalID);"
                  "COMMIT");
 }
 

@@ -317,7 +317,7 @@ void JetFile::readRows(const JetTable &table, const std::function<void(const Jet
     entry.table_pg = table.page;
     const std::unique_ptr<MdbTableDef, decltype(&mdb_free_tabledef)> walk(mdb_read_table(&entry),
                                                                           mdb_free_tabledef);
-    if (!walk || !walk->usage_map) // which libmdb does not ask for before it reads it
+    if (!walk || !walk->usage_map) // libmdb reads the map unchecked
         failDamaged(QStringLiteral("the definition of table %1 cannot be read").arg(table.name));
 
     const int rowsAt = m_handle->fmt->row_count_offset;

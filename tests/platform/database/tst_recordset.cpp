@@ -129,7 +129,7 @@ private Q_SLOTS:
             ++waits;
             Statement(other, "COMMIT").execute();
         };
-        t.connection.ConnectionTimeout = {}; // is over, when a statement begins with its own
+        t.connection.ConnectionTimeout = {}; // a statement waits by its own time-out
         t.rows.Open(Batches);
         t.find();
         t.rows.Collect("RecordCount", 2);
