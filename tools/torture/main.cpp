@@ -84,7 +84,7 @@ public:
             tickUntil(end - (span ? m_random() % span : 0));
             swipe(name.toLatin1() + ':' + QByteArray::number(i));
             tickUntil(end);
-            if (i == count / 4)
+            if (i == count / 2) // the page cache is full
                 before = Resources::inUse();
         }
         const Resources after = Resources::inUse();
