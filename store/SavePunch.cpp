@@ -28,11 +28,6 @@ std::int16_t countIntoBatch(Host &host, DataEnvironment &environment)
         batches.Close();
     environment.RawData();
 
-    if (batches.Eof()) {
-        addBatch(batches, 0, host.Now());
-        return 0;
-    }
-
     batches.Find(QStringLiteral("[DownloadResult]='%1'").arg(BatchMark), 0, adSearchForward);
     if (!batches.Eof()) {
         const std::int16_t batchID = toInt16(batches.Fields(QStringLiteral("ID")));
@@ -40,6 +35,11 @@ std::int16_t countIntoBatch(Host &host, DataEnvironment &environment)
                         plusOne(batches.Fields(QStringLiteral("RecordCount"))));
         batches.Collect(QStringLiteral("DateTime"), host.Now());
         return batchID;
+    }
+
+    if (batches.RecordCount() <= 0) {
+        addBatch(batches, 0, host.Now());
+        return 0;
     }
 
     Recordset &highest = environment.rsMaxRawDataID;

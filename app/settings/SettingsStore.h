@@ -12,9 +12,9 @@ QString settingsFolder(const QString &application);
 QString settingsFile(const QString &application);
 
 /// The stored text, as the file holds it at this moment, or `fallback` when the key does not
-/// exist. A key that exists with empty text gives the empty text. A file that cannot
-/// be read, and what is no regular file, count as one without the key; a file that is not in the
-/// format counts with the keys that can be made out. Creates nothing.
+/// exist. A key that exists with empty text gives the empty text. A file that cannot be read, and
+/// what is no regular file, count as one without the key; a file that is not in the format counts
+/// with the keys that can be made out. Creates nothing.
 QString GetSetting(const QString &application, const QString &section, const QString &key,
                    const QString &fallback);
 

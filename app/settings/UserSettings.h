@@ -13,8 +13,7 @@ struct Key {
     const char *fallback; ///< what a missing key reads as
 };
 
-inline constexpr Key Comport{"Communication", "Comport",
-                             "0"}; ///< port number less 1; Options offers 0 to 3
+inline constexpr Key Comport{"Communication", "Comport", "0"};   ///< port number less 1
 inline constexpr Key BaudRate{"Communication", "BaudRate", "0"}; ///< index into the baud rates
 inline constexpr Key Format{"Communication", "Settings", "0"};   ///< index into the line formats
 inline constexpr Key ClockIn{"Punch", "ClockIn", "00:00:00"};    ///< time of day, as text
