@@ -12,8 +12,8 @@
 #include <vector>
 
 /// One statement, from its preparation to its end. Every operation can fail with a failure of the
-/// connection. A statement must not outlive the use it is made for: a
-/// statement that is not finished locks the file for everybody else.
+/// connection. A statement must not outlive the use it is made for: one that is not finished locks
+/// the file for everybody else.
 class Statement
 {
 public:
