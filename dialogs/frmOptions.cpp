@@ -18,8 +18,6 @@
 namespace
 {
 
-constexpr int ClientWidth = 4200;
-constexpr int ClientHeight = 3330;
 constexpr Placement StripPlacement{120, 120, 3975, 2655};
 constexpr int TabHeight = 295; ///< 520 hundredths of a millimetre, in twips
 

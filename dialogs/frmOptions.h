@@ -22,6 +22,10 @@
 class frmOptions : public QDialog
 {
 public:
+    /// The size of the client area, in twips.
+    static constexpr int ClientWidth = 4200;
+    static constexpr int ClientHeight = 3330;
+
     /// `owner`: the window that the dialog belongs to; it has no place of its own in the taskbar.
     frmOptions(Host &host, QWidget &owner);
 

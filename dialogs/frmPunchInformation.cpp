@@ -17,9 +17,6 @@
 namespace
 {
 
-constexpr int ClientWidth = 3855;
-constexpr int ClientHeight = 2145;
-
 /// One row of the window, from top to bottom: a label and the text box that it names.
 struct Line {
     const char *labelName;

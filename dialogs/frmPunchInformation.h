@@ -8,6 +8,10 @@
 class frmPunchInformation : public Form
 {
 public:
+    /// The size of the client area, in twips.
+    static constexpr int ClientWidth = 3855;
+    static constexpr int ClientHeight = 2145;
+
     frmPunchInformation();
 
     /// Shows the window without waiting for the person; when it is on the screen already it is

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QtTest>
+#include <QTest>
 
 /// The data of a test function: makes its columns, then a row with every call.
 template <typename... Values> class Table
