@@ -1,6 +1,7 @@
 #include "platform/database/Connection.h"
 
 #include "platform/basics/Failure.h"
+#include "platform/database/GuardedFiles.h"
 
 #include <QFile>
 #include <QThread>
@@ -18,12 +19,43 @@ namespace
 constexpr char JetMark[] = "Standard Jet DB";
 constexpr qint64 JetMarkOffset = 4;
 
+/// What a statement of the clock, on tables and triggers of a site's own, needs at most. SQLite's
+/// own limits are far beyond.
+struct Limit {
+    int number;
+    int most;
+};
+constexpr std::array Limits{
+    Limit{SQLITE_LIMIT_LENGTH, 1'000'000}, // bytes of a value or a row
+    Limit{SQLITE_LIMIT_SQL_LENGTH, 100'000},
+    Limit{SQLITE_LIMIT_EXPR_DEPTH, 100},
+    Limit{SQLITE_LIMIT_COMPOUND_SELECT, 20},
+    Limit{SQLITE_LIMIT_VDBE_OP, 100'000},
+    Limit{SQLITE_LIMIT_LIKE_PATTERN_LENGTH, 1000},
+    Limit{SQLITE_LIMIT_TRIGGER_DEPTH, 10},
+    Limit{SQLITE_LIMIT_ATTACHED, 0},
+};
+
 /// Steps of SQLite's machine between two looks at the time-out, well under a millisecond.
 constexpr int WorkBetweenLooks = 10000;
+
+constexpr char NotRegular[] = "not a regular file";
 
 Failure failureOfFile(int code, const char *words, const QByteArray &path)
 {
     return {code, QString::fromUtf8(words) + QStringLiteral(": ") + QFile::decodeName(path)};
+}
+
+/// Which of the files that belong to the database at `path` cannot be opened for what it is.
+QByteArray oddJournal(const QByteArray &path)
+{
+    for (const char *ending : {"-journal", "-wal", "-shm"}) {
+        struct stat status = {};
+        if (::lstat((path + ending).constData(), &status) == 0 &&
+            (!S_ISREG(status.st_mode) || status.st_nlink > 1))
+            return path + ending;
+    }
+    return {};
 }
 
 [[noreturn]] void fail(sqlite3 *database, const QByteArray &path)
@@ -31,12 +63,15 @@ Failure failureOfFile(int code, const char *words, const QByteArray &path)
     const int code = sqlite3_extended_errcode(database);
     const char *words = sqlite3_errmsg(database);
     switch (sqlite3_errcode(database)) {
+    case SQLITE_CANTOPEN:
+        if (const QByteArray journal = oddJournal(path); !journal.isEmpty())
+            throw failureOfFile(code, NotRegular, journal);
+        [[fallthrough]];
     case SQLITE_PERM:
     case SQLITE_READONLY:
     case SQLITE_IOERR:
     case SQLITE_CORRUPT:
     case SQLITE_FULL:
-    case SQLITE_CANTOPEN:
     case SQLITE_NOTADB:
         throw failureOfFile(code, words, path);
     case SQLITE_INTERRUPT: // which nobody does but Connection::mustStop
@@ -97,7 +132,7 @@ sqlite3 *Connection::database()
         if (named.type == 0)
             throw failureOfFile(SQLITE_CANTOPEN, sqlite3_errstr(SQLITE_CANTOPEN), path);
         if (named.type != S_IFREG)
-            throw failureOfFile(SQLITE_CANTOPEN, "not a regular file", path);
+            throw failureOfFile(SQLITE_CANTOPEN, NotRegular, path);
         m_database = open(path);
         m_openFile = named; // if the path changed since, the next command opens it again
     }
@@ -117,7 +152,7 @@ Connection::Database Connection::open(const QByteArray &path)
 {
     sqlite3 *opened = nullptr;
     const int flags = Mode == adModeRead ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE;
-    const int result = sqlite3_open_v2(path.constData(), &opened, flags, nullptr);
+    const int result = sqlite3_open_v2(path.constData(), &opened, flags, guardedFiles());
     Database database(opened);
     if (result != SQLITE_OK)
         ::fail(opened, path);
@@ -129,6 +164,12 @@ Connection::Database Connection::open(const QByteArray &path)
     // SQLite falls back to reading by itself where it may not write.
     if (Mode != adModeRead && sqlite3_db_readonly(opened, "main") == 1)
         throw failureOfFile(SQLITE_READONLY, sqlite3_errstr(SQLITE_READONLY), path);
+
+    // Views, triggers and checks of the file run nothing that could do harm outside it.
+    sqlite3_db_config(opened, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+    sqlite3_db_config(opened, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+    for (const auto &[number, most] : Limits)
+        sqlite3_limit(opened, number, most);
 
     m_patience.setRemainingTime(ConnectionTimeout);
     sqlite3_busy_handler(opened, &Connection::waitForOthers, this);

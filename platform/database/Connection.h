@@ -20,6 +20,10 @@ enum ConnectModeEnum { adModeRead = 1, adModeReadWrite = 3 };
 /// Failures carry SQLite's extended result code and its words, with the path when the file cannot
 /// be opened, read or written. What is no regular file is such a failure and is not opened; a file
 /// of the Jet database says in plain words that it is one.
+///
+/// The file is not trusted, and neither is its folder (see GuardedFiles.h): its views, triggers and
+/// checks may call harmless functions alone, and a statement that needs more memory, longer values
+/// or a deeper nesting than a clock does is a failure.
 class Connection
 {
 public:

@@ -1,0 +1,99 @@
+#include "platform/database/GuardedFiles.h"
+
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <set>
+#include <string>
+
+namespace
+{
+
+constexpr sqlite3_int64 MemoryLimit = 64 * 1024 * 1024;
+
+sqlite3_vfs *original()
+{
+    static sqlite3_vfs *const vfs = sqlite3_vfs_find(nullptr);
+    return vfs;
+}
+
+/// The journals of all databases that were opened.
+std::set<std::string> &ownJournals()
+{
+    static auto *const journals = new std::set<std::string>;
+    return *journals;
+}
+
+/// Whether SQLite may use the open file as what `path` names. A journal with a second name may be
+/// somebody else's file; folders are opened to be synced.
+bool isFit(const char *path, const struct stat &status)
+{
+    if (ownJournals().contains(path))
+        return S_ISREG(status.st_mode) && status.st_nlink <= 1;
+    return S_ISREG(status.st_mode) || S_ISDIR(status.st_mode);
+}
+
+/// What SQLite calls instead of open(2). A pipe must not be waited on. The file is looked at after
+/// it was opened: before, others could put a pipe in its place meanwhile. Links are not followed
+/// by SQLite's own choice of flags.
+int openFit(const char *path, int flags, int mode)
+{
+    const int file = ::open(path, flags | O_NONBLOCK, mode);
+    struct stat status = {};
+    if (file < 0 || (::fstat(file, &status) == 0 && isFit(path, status)))
+        return file;
+    ::close(file);
+    errno = ENOTSUP;
+    return -1;
+}
+
+int openFile(sqlite3_vfs *, sqlite3_filename path, sqlite3_file *file, int flags, int *actualFlags)
+{
+    if (flags & SQLITE_OPEN_MAIN_DB) {
+        for (const char *ending : {"-journal", "-wal"})
+            ownJournals().insert(std::string(path) + ending);
+    } else if (flags & SQLITE_OPEN_SUPER_JOURNAL) {
+        path = nullptr; // an empty temporary file in its place
+        flags = SQLITE_OPEN_TEMP_JOURNAL | SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE |
+                SQLITE_OPEN_EXCLUSIVE | SQLITE_OPEN_DELETEONCLOSE;
+    }
+    return original()->xOpen(original(), path, file, flags, actualFlags);
+}
+
+int deleteFile(sqlite3_vfs *, const char *path, int syncFolder)
+{
+    return ownJournals().contains(path) ? original()->xDelete(original(), path, syncFolder)
+                                        : SQLITE_OK;
+}
+
+/// A super-journal always exists: an answer that depends on it would show whether the file does.
+int accessFile(sqlite3_vfs *, const char *path, int flags, int *result)
+{
+    if (ownJournals().contains(path))
+        return original()->xAccess(original(), path, flags, result);
+    *result = 1;
+    return SQLITE_OK;
+}
+
+} // namespace
+
+const char *guardedFiles()
+{
+    static constexpr char Name[] = "guarded";
+    static sqlite3_vfs layer;
+    if (!layer.zName) {
+        original()->xSetSystemCall(original(), "open",
+                                   reinterpret_cast<sqlite3_syscall_ptr>(openFit));
+        sqlite3_hard_heap_limit64(MemoryLimit);
+        layer = *original();
+        layer.zName = Name;
+        layer.xOpen = openFile;
+        layer.xDelete = deleteFile;
+        layer.xAccess = accessFile;
+        sqlite3_vfs_register(&layer, 0);
+    }
+    return Name;
+}
