@@ -34,10 +34,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const qsizetype rowCountAt = sample == 0 ? 12 : 16; // in a table's definition
     const QByteArray bytes = damaged(samples[sample], pageSize, input);
     TemporaryHome::write(oldFile, bytes);
-    TemporaryHome::write(newFile, {});
     std::vector<JetTable> tables;
     try {
-        takeOver(QFile::encodeName(oldFile), QFile::encodeName(newFile));
+        NewDatabase database;
+        takeOver(QFile::encodeName(oldFile), database);
+        TemporaryHome::write(newFile, database.bytes());
         tables = JetFile(QFile::encodeName(oldFile), [] {}).tables();
     } catch (const NotDone &notDone) {
         require(!notDone.why.isEmpty(), "a refusal has its reason");

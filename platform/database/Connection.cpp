@@ -63,16 +63,15 @@ QByteArray oddJournal(const QByteArray &path)
     const int code = sqlite3_extended_errcode(database);
     const char *words = sqlite3_errmsg(database);
     switch (sqlite3_errcode(database)) {
-    case SQLITE_CANTOPEN:
-        if (const QByteArray journal = oddJournal(path); !journal.isEmpty())
-            throw failureOfFile(code, NotRegular, journal);
-        [[fallthrough]];
     case SQLITE_PERM:
     case SQLITE_READONLY:
     case SQLITE_IOERR:
     case SQLITE_CORRUPT:
     case SQLITE_FULL:
+    case SQLITE_CANTOPEN:
     case SQLITE_NOTADB:
+        if (const QByteArray journal = oddJournal(path); !journal.isEmpty())
+            throw failureOfFile(SQLITE_CANTOPEN, NotRegular, journal);
         throw failureOfFile(code, words, path);
     case SQLITE_INTERRUPT: // which nobody does but Connection::mustStop
         throw Failure(code, QStringLiteral("The database did not answer within the time-out."));

@@ -1,6 +1,5 @@
 #include "tools/sitetool/Draft.h"
 
-#include "platform/basics/FileDescriptor.h"
 #include "tools/sitetool/NotDone.h"
 
 #include <QCoreApplication>
@@ -18,24 +17,11 @@ namespace
 
 [[noreturn]] void failToMake(const QString &target)
 {
-    if (errno == EEXIST)
+    const int error = errno;
+    if (error == EEXIST)
         throw NotDone{QStringLiteral("%1 exists already and is left as it is.").arg(target)};
     throw NotDone{QStringLiteral("%1 cannot be made: %2.")
-                      .arg(target, QString::fromLocal8Bit(strerror(errno)))};
-}
-
-/// Whether new files in the folder of `path` belong to its group.
-bool isShared(const QString &path)
-{
-    struct stat folder = {};
-    return ::stat(QFile::encodeName(QFileInfo(path).path()).constData(), &folder) == 0 &&
-           (folder.st_mode & S_ISGID) != 0;
-}
-
-bool sync(const QByteArray &path)
-{
-    const FileDescriptor file(::open(path.constData(), O_RDONLY | O_CLOEXEC));
-    return file && ::fsync(file.get()) == 0;
+                      .arg(target, QString::fromLocal8Bit(strerror(error)))};
 }
 
 } // namespace
@@ -49,34 +35,44 @@ QString databaseNamed(const QString &file)
 }
 
 Draft::Draft(const QString &target)
-    : m_target(target),
-      m_path(QFile::encodeName(
-          QStringLiteral("%1.draft-%2").arg(target).arg(QCoreApplication::applicationPid())))
+    : m_target(target), m_folder(::open(QFile::encodeName(QFileInfo(target).path()).constData(),
+                                        O_RDONLY | O_DIRECTORY | O_CLOEXEC))
 {
     struct stat status = {};
     if (::lstat(QFile::encodeName(target).constData(), &status) == 0) {
         errno = EEXIST;
         failToMake(target);
     }
+    if (!m_folder || ::fstat(m_folder.get(), &status) != 0)
+        failToMake(target);
     constexpr mode_t AsUmaskAllows = 0666;
-    const FileDescriptor file(
-        ::open(m_path.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, AsUmaskAllows));
     constexpr mode_t OfTheGroup = 0660;
-    if (!file || (isShared(target) && ::fchmod(file.get(), OfTheGroup) != 0))
+    m_file = FileDescriptor(
+        ::openat(m_folder.get(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, AsUmaskAllows));
+    const bool isShared = (status.st_mode & S_ISGID) != 0;
+    if (!m_file || (isShared && ::fchmod(m_file.get(), OfTheGroup) != 0))
         failToMake(target);
 }
 
-Draft::~Draft()
+void Draft::write(const QByteArray &bytes)
 {
-    ::unlink(m_path.constData());
+    for (qsizetype written = 0; written < bytes.size();) {
+        const ssize_t count = ::write(m_file.get(), bytes.constData() + written,
+                                      static_cast<std::size_t>(bytes.size() - written));
+        if (count < 0)
+            failToMake(m_target);
+        written += count;
+    }
 }
 
 void Draft::publish()
 {
-    const QByteArray name = QFile::encodeName(m_target);
+    const QByteArray file = "/proc/self/fd/" + QByteArray::number(m_file.get());
+    const QByteArray name = QFile::encodeName(QFileInfo(m_target).fileName());
     // Unlike a rename, a link never replaces what has the name.
-    if (!sync(m_path) || ::link(m_path.constData(), name.constData()) != 0)
+    if (::fsync(m_file.get()) != 0 || ::linkat(AT_FDCWD, file.constData(), m_folder.get(),
+                                               name.constData(), AT_SYMLINK_FOLLOW) != 0)
         failToMake(m_target);
     // Not every file system syncs folders; the file's own bytes are safe.
-    sync(QFile::encodeName(QFileInfo(m_target).path()));
+    ::fsync(m_folder.get());
 }

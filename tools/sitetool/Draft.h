@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/basics/FileDescriptor.h"
+
 #include <QByteArray>
 #include <QString>
 
@@ -8,23 +10,23 @@
 /// stays: the path is then the link's target, there or not yet.
 QString databaseNamed(const QString &file);
 
-/// A file that is written beside its place and gets its name only when it is whole. Whatever has
-/// the name already stays as it is, a link that points nowhere included. A draft that is not
-/// published goes with this object.
+/// A file without a name in the folder of its target, which gets its name only when it is whole.
+/// Others who may write the folder have nothing to put in its way, and however the program ends
+/// nothing is left of a draft. Whatever has the name already stays as it is, a link that points
+/// nowhere included.
 class Draft
 {
 public:
     /// Makes the draft, empty, with the permissions that the umask gives; in a folder that shares
     /// its files with a group (set-group-ID), that group may write it whatever the umask is, and
-    /// nobody else may read it. Throws NotDone when the name is taken or the folder takes no file.
+    /// others may not read it. Throws NotDone when the name is taken, or when the folder, or its
+    /// file system, takes no such file.
     explicit Draft(const QString &target);
-    ~Draft();
-    Draft(const Draft &) = delete;
-    Draft &operator=(const Draft &) = delete;
 
-    /// The draft's own path, to be written through.
-    const QByteArray &path() const { return m_path; }
     const QString &target() const { return m_target; }
+
+    /// Appends `bytes`. Throws NotDone when they cannot be written.
+    void write(const QByteArray &bytes);
 
     /// Gives the draft its name once its bytes are on the disk. Throws NotDone when they cannot be
     /// brought there, or when the name has been taken meanwhile.
@@ -32,5 +34,6 @@ public:
 
 private:
     QString m_target;
-    QByteArray m_path;
+    FileDescriptor m_folder;
+    FileDescriptor m_file;
 };

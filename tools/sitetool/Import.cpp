@@ -141,7 +141,7 @@ std::size_t takeTable(JetFile &old, const JetTable &table, NewDatabase &database
 
 } // namespace
 
-void takeOver(const QByteArray &oldFile, const QByteArray &draft)
+void takeOver(const QByteArray &oldFile, NewDatabase &database)
 {
     JetFile old(oldFile, progress);
     const std::vector<JetTable> tables = old.tables();
@@ -153,7 +153,6 @@ void takeOver(const QByteArray &oldFile, const QByteArray &draft)
     print(QStringLiteral("Table"), QStringLiteral("rows in the old file"),
           QStringLiteral("rows taken over"), nameWidth);
 
-    NewDatabase database(draft);
     database.run("BEGIN");
     for (const JetTable &table : tables) {
         const std::size_t rows = takeTable(old, table, database);
@@ -177,8 +176,11 @@ int importOld(const QStringList &arguments)
 {
     const QString &oldFile = arguments[0];
     Draft draft(databaseNamed(arguments.value(1)));
-    const ChildProcess::Result result =
-        ChildProcess::run([&] { takeOver(QFile::encodeName(oldFile), draft.path()); });
+    const ChildProcess::Result result = ChildProcess::run([&] {
+        NewDatabase database;
+        takeOver(QFile::encodeName(oldFile), database);
+        draft.write(database.bytes());
+    });
     std::cout << result.output.constData() << std::flush;
     if (!result.complaint.isEmpty())
         throw NotDone{QStringLiteral("%1 is not imported. %2").arg(oldFile, result.complaint)};

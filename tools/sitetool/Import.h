@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tools/sitetool/NewDatabase.h"
+
 #include <QByteArray>
 #include <QStringList>
 
@@ -10,6 +12,6 @@
 /// needs.
 int importOld(const QStringList &arguments);
 
-/// The work of it: fills the empty file `draft` from the old one and prints the table to standard
+/// The work of it: fills the new database from the old file and prints the table to standard
 /// output. It throws NotDone, or fails in the ways of JetFile: use it in a process of its own.
-void takeOver(const QByteArray &oldFile, const QByteArray &draft);
+void takeOver(const QByteArray &oldFile, NewDatabase &database);

@@ -13,7 +13,9 @@ int makeNew(const QStringList &arguments)
         qFatal("The schema is not built in.");
 
     Draft draft(databaseNamed(arguments.value(0)));
-    NewDatabase(draft.path()).run(schema.readAll());
+    NewDatabase database;
+    database.run(schema.readAll());
+    draft.write(database.bytes());
     draft.publish();
     Console::say(QStringLiteral("Made %1.").arg(draft.target()));
     return 0;

@@ -4,6 +4,9 @@
 
 #include <sqlite3.h>
 
+#include <cstdint>
+#include <limits>
+
 namespace
 {
 
@@ -40,13 +43,24 @@ void NewDatabase::Close::operator()(sqlite3_stmt *statement) const
     sqlite3_finalize(statement);
 }
 
-NewDatabase::NewDatabase(const QByteArray &path)
+NewDatabase::NewDatabase()
 {
     sqlite3 *opened = nullptr;
-    const int result = sqlite3_open_v2(path.constData(), &opened, SQLITE_OPEN_READWRITE, nullptr);
+    const int result =
+        sqlite3_open_v2("new", &opened, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, "memdb");
     m_database.reset(opened);
     check(result);
-    run("PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF");
+    sqlite3_int64 most = std::numeric_limits<std::int32_t>::max();
+    check(sqlite3_file_control(opened, "main", SQLITE_FCNTL_SIZE_LIMIT, &most));
+    run("PRAGMA journal_mode = OFF");
+}
+
+QByteArray NewDatabase::bytes() const
+{
+    sqlite3_int64 size = 0;
+    const auto *const begin =
+        sqlite3_serialize(m_database.get(), "main", &size, SQLITE_SERIALIZE_NOCOPY);
+    return QByteArray::fromRawData(reinterpret_cast<const char *>(begin), size);
 }
 
 void NewDatabase::run(const QByteArray &sql)

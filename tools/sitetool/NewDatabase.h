@@ -13,14 +13,14 @@ struct sqlite3_stmt;
 /// A value as SQLite stores it: Null, a whole number, a number, a text or bytes.
 using Value = std::variant<std::monostate, qint64, double, QString, QByteArray>;
 
-/// A database being written that nobody else sees yet: no journal, nothing synced, all in one
-/// transaction. It is not safe against a crash; whoever publishes the file sees to that. Every
-/// failure is a NotDone with SQLite's words.
+/// A new database, in memory, of 2 GiB at the most. Every failure is a NotDone with SQLite's words.
 class NewDatabase
 {
 public:
-    /// Opens the empty file at `path`.
-    explicit NewDatabase(const QByteArray &path);
+    NewDatabase();
+
+    /// The database as a file holds it, for as long as nothing more is run or inserted.
+    QByteArray bytes() const;
 
     void run(const QByteArray &sql);
 

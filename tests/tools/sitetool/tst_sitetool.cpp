@@ -4,8 +4,11 @@
 #include <QTemporaryDir>
 #include <QtEndian>
 
+#include <sys/inotify.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <array>
 #include <cmath>
 
 /// Bytes written over those of the old file at `at`; without bytes, the file is cut there.
@@ -189,6 +192,21 @@ private Q_SLOTS:
         QVERIFY(QFile::link("nowhere", path("dangling")));
         QCOMPARE(start(SITETOOL, {"new", path("dangling")}).status, 1);
         QCOMPARE(files(), "dangling new.mdb");
+    }
+
+    /// Others who may write the folder must find nothing to put a link in the place of.
+    void namesNothingButTheTarget()
+    {
+        const int watch = ::inotify_init1(IN_CLOEXEC);
+        QVERIFY(::inotify_add_watch(watch, qPrintable(m_folder->path()), IN_CREATE | IN_MOVED_TO) >
+                0);
+        QCOMPARE(start(SITETOOL, {"new", path("new.mdb")}).status, 0);
+        alignas(inotify_event) std::array<char, 4096> events{};
+        const ssize_t size = ::read(watch, events.data(), events.size());
+        const auto *first = reinterpret_cast<const inotify_event *>(events.data());
+        QCOMPARE(first->name, "new.mdb");
+        QCOMPARE(size, ssize_t(sizeof(inotify_event) + first->len)); // it is the only one
+        ::close(watch);
     }
 
     /// In the program's folder the database may be a link to where the data lie, in a folder that
