@@ -122,7 +122,7 @@ QString describe(const Frames::Tracks &tracks, const QString &absent)
     for (std::size_t i = 0; i < tracks.size(); ++i) {
         if (tracks[i] != absent)
             described += QStringLiteral("track %1 ").arg(i + 1) +
-                         (tracks[i].isEmpty() ? QStringLiteral("(empty)") : visible(tracks[i]));
+                         (tracks[i].isEmpty() ? QStringLiteral("(empty)") : tracks[i]);
     }
     return described.isEmpty() ? QStringLiteral("no track") : described.join(u", ");
 }
@@ -175,8 +175,7 @@ public:
     {
         QByteArray answer;
         const auto result = m_driver.DownloadCommand(answer);
-        return end(result,
-                   hex(answer) + QStringLiteral("  ") + visible(QString::fromLatin1(answer)));
+        return end(result, hex(answer) + QStringLiteral("  ") + QString::fromLatin1(answer));
     }
 
     Status setLine(const QString &settings, bool blockCheck, const QString &oldParity)

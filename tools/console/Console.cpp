@@ -9,12 +9,12 @@ namespace Console
 
 void say(const QString &line)
 {
-    std::cout << qPrintable(line) << std::endl;
+    std::cout << qPrintable(visible(line)) << std::endl;
 }
 
 Status complain(const QString &why)
 {
-    std::cerr << qPrintable(QCoreApplication::applicationName()) << ": " << qPrintable(why)
+    std::cerr << qPrintable(QCoreApplication::applicationName()) << ": " << qPrintable(visible(why))
               << std::endl;
     return Failed;
 }
@@ -28,16 +28,15 @@ Status refuse(const QString &mistake)
 QString visible(const QString &text)
 {
     QString shown;
-    for (const QChar character : text) {
-        const ushort code = character.unicode();
-        if (character == u'\\')
+    for (const char32_t character : text.toUcs4()) {
+        if (character == U'\\')
             shown += QStringLiteral("\\\\");
-        else if (code >= ' ' && code <= '~')
-            shown += character;
-        else if (code <= 0xFF)
-            shown += QString::asprintf("\\x%02X", code);
+        else if (character == U' ' || (QChar::isPrint(character) && !QChar::isSpace(character)))
+            shown += QChar::fromUcs4(character);
+        else if (character <= 0xFF)
+            shown += QString::asprintf("\\x%02X", static_cast<unsigned>(character));
         else
-            shown += QString::asprintf("\\u%04X", code);
+            shown += QString::asprintf("\\u%04X", static_cast<unsigned>(character));
     }
     return shown;
 }

@@ -9,19 +9,21 @@ namespace Console
 
 enum Status { Succeeded = 0, Failed = 1, NotUnderstood = 2 };
 
-/// Writes `line` to the standard output, at once.
+/// `text` as one line without anything that a terminal obeys or that looks like something else:
+/// control and formatting characters, which change the direction of text among others, and spaces
+/// other than the blank are written as in \x1B or \u202E, and a backslash is doubled.
+QString visible(const QString &text);
+
+/// Writes `line`, as visible() shows it, to the standard output, at once.
 void say(const QString &line);
 
-/// Writes "NAME: WHY" to the standard error, NAME being the program's. Returns Failed.
+/// Writes "NAME: WHY", as visible() shows it, to the standard error, NAME being the program's.
+/// Returns Failed.
 Status complain(const QString &why);
 
 /// Complains of a command line that is not understood, and points at --help. Returns
 /// NotUnderstood.
 Status refuse(const QString &mistake);
-
-/// `text` without anything that a terminal obeys: the characters outside 32 to 126 are written as
-/// in \x1B or \u20AC, and a backslash is doubled.
-QString visible(const QString &text);
 
 /// Parses the arguments of the program, --help and --version among them: either is answered and
 /// ends the process with Succeeded. Returns what is wrong with the arguments, empty for nothing.

@@ -25,7 +25,7 @@ constexpr Wording Wordings[] = {
 void Findings::say(Weight weight, const QString &finding)
 {
     m_worst = std::max(m_worst, weight);
-    Console::say(QString::fromLatin1(Wordings[weight].prefix) + Console::visible(finding));
+    Console::say(QString::fromLatin1(Wordings[weight].prefix) + finding);
 }
 
 int Findings::conclude() const

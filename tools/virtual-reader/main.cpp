@@ -71,7 +71,7 @@ private:
     void answer()
     {
         for (const ReaderProtocol::Reply &reply : m_protocol.receive(m_reader.receive())) {
-            say(reply.request.toHex(' ').toUpper() + QStringLiteral(": ") + visible(reply.event));
+            say(reply.request.toHex(' ').toUpper() + QStringLiteral(": ") + reply.event);
             if (reply.late)
                 QTimer::singleShot(LateAnswer, &m_asked, [this, reply] { send(reply.answer); });
             else
@@ -122,7 +122,7 @@ private:
         else if (command.startsWith(u"!begin "))
             send(swipeFrame(line.section(u' ', 1)).chopped(2));
         else
-            complain(QStringLiteral("not understood: ") + visible(line));
+            complain(QStringLiteral("not understood: ") + line);
     }
 
     ReaderProtocol m_protocol;

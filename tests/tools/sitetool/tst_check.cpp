@@ -42,9 +42,9 @@ private Q_SLOTS:
         row("number", employees + "INSERT INTO Employee VALUES (7, 'Ann')", 0,
             "note: Badges stored as numbers, which have lost leading zeros and may be shown as "
             "Unknown: 7.");
-        row("odd badge", employees + "INSERT INTO Employee VALUES (char(27, 127), NULL)", 0,
+        row("odd badge", employees + "INSERT INTO Employee VALUES (char(27, 127, 8238, 160), NULL)", 0,
             "note: Employees whose Name is Null, which is a message box at each swipe: "
-            "\\x1B\\x7F.");
+            "\\x1B\\x7F\\u202E\\xA0.");
         row("as many as are listed",
             employees +
                 "INSERT INTO Employee VALUES (1, 1), (2, 1), (3, 1), (4, 1), (5, 1), (6, 1), "
