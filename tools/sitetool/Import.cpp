@@ -1,80 +1,105 @@
 #include "tools/sitetool/Import.h"
 
 #include "tools/console/Console.h"
-#include "tools/sitetool/ChildProcess.h"
 #include "tools/sitetool/Draft.h"
-#include "tools/sitetool/JetFile.h"
 #include "tools/sitetool/NeededColumns.h"
 #include "tools/sitetool/NewDatabase.h"
 #include "tools/sitetool/NotDone.h"
+#include "tools/sitetool/OldDatabase.h"
 
-#include <QFile>
+#include <QDate>
+#include <QTime>
 
 #include <algorithm>
-#include <cstdio>
-#include <iostream>
+#include <map>
+#include <optional>
 
 namespace
 {
 
-constexpr const char *KindNames[] = {"whole numbers", "dates and times", "texts",
-                                     "texts or whole numbers"};
-
-bool isOf(Kind kind, int type)
+/// The types of mdb-schema that a kind may have.
+struct KindTypes {
+    QStringList types;
+    const char *words;
+};
+const KindTypes &typesOf(Kind kind)
 {
-    const bool isWhole = type == MDB_BYTE || type == MDB_INT || type == MDB_LONGINT;
-    const bool isText = type == MDB_TEXT || type == MDB_MEMO;
-    switch (kind) {
-    case Kind::Whole:
-        return isWhole;
-    case Kind::Moment:
-        return type == MDB_DATETIME;
-    case Kind::Text:
-        return isText;
-    default:
-        return isText || isWhole;
+    static const KindTypes All[] = {
+        {{QStringLiteral("INTEGER")}, "whole numbers"},
+        {{QStringLiteral("DateTime")}, "dates and times"},
+        {{QStringLiteral("varchar"), QStringLiteral("TEXT")}, "texts"},
+        {{QStringLiteral("varchar"), QStringLiteral("TEXT"), QStringLiteral("INTEGER")},
+         "texts or whole numbers"}};
+    return All[static_cast<int>(kind)];
+}
+
+/// Null for a column that the clock does not use.
+const NeededColumn *neededAs(const OldTable &table, const OldColumn &column)
+{
+    const auto isNamed = [](const QString &name, const char *wanted) {
+        return name.compare(QLatin1String(wanted), Qt::CaseInsensitive) == 0;
+    };
+    const auto *found = std::ranges::find_if(NeededColumns, [&](const NeededColumn &needed) {
+        return isNamed(table.name, needed.table) && isNamed(column.name, needed.column);
+    });
+    return found == std::end(NeededColumns) ? nullptr : found;
+}
+
+void requireWhatTheClockNeeds(const std::vector<OldTable> &tables)
+{
+    std::map<const NeededColumn *, QString> types;
+    for (const OldTable &table : tables) {
+        for (const OldColumn &column : table.columns)
+            types[neededAs(table, column)] = column.type;
     }
-}
-
-bool isNamed(const QString &name, const char *wanted)
-{
-    return name.compare(QLatin1String(wanted), Qt::CaseInsensitive) == 0;
-}
-
-void requireWhatTheClockNeeds(const std::vector<JetTable> &tables)
-{
     for (const NeededColumn &needed : NeededColumns) {
-        const QLatin1String tableName(needed.table);
-        const QLatin1String columnName(needed.column);
-        const auto table = std::find_if(tables.begin(), tables.end(), [&](const JetTable &each) {
-            return isNamed(each.name, needed.table);
-        });
-        if (table == tables.end())
+        const QString name =
+            QStringLiteral("%1.%2").arg(QLatin1String(needed.table), QLatin1String(needed.column));
+        const KindTypes &wanted = typesOf(needed.kind);
+        if (!types.contains(&needed))
+            throw NotDone{QStringLiteral("%1, which the clock needs, is missing.").arg(name)};
+        if (!wanted.types.contains(types[&needed]))
             throw NotDone{
-                QStringLiteral("It has no table %1, which the clock needs.").arg(tableName)};
-        const auto column =
-            std::find_if(table->columns.begin(), table->columns.end(),
-                         [&](const JetColumn &each) { return isNamed(each.name, needed.column); });
-        if (column == table->columns.end())
-            throw NotDone{QStringLiteral("Its table %1 has no column %2, which the clock needs.")
-                              .arg(tableName, columnName)};
-        if (!isOf(needed.kind, column->typeNumber))
-            throw NotDone{QStringLiteral("Column %2 of its table %1 has to hold %3.")
-                              .arg(tableName, columnName,
-                                   QLatin1String(KindNames[static_cast<int>(needed.kind)]))};
+                QStringLiteral("%1 has to hold %2.").arg(name, QLatin1String(wanted.words))};
     }
 }
 
-/// Badge numbers become texts even where they were numbers, for the clock writes and looks up
-/// texts: 00123 must not become 123.
-const char *storedType(const JetTable &table, const JetColumn &column)
+bool isMoment(const QString &text)
 {
-    const bool isBadge =
-        std::any_of(std::begin(NeededColumns), std::end(NeededColumns), [&](const auto &needed) {
-            return needed.kind == Kind::Badge && isNamed(table.name, needed.table) &&
-                   isNamed(column.name, needed.column);
-        });
-    return isBadge ? "TEXT" : column.type->stored;
+    // Date and time apart: as a local time, daylight saving might leave it out.
+    return QDate::fromString(text.section(u' ', 0, 0), u"yyyy-MM-dd").isValid() &&
+           QTime::fromString(text.section(u' ', 1), u"HH:mm:ss").isValid();
+}
+
+/// The value as it is stored; none when it does not fit the column.
+std::optional<Value> storedValue(const OldColumn &column, const NeededColumn *needed,
+                                 const QJsonValue &value)
+{
+    // mdbtools cuts texts between two characters to fewer bytes of UTF-8 than 200,000.
+    constexpr qsizetype ShortestCutText = 199'997;
+
+    const bool isInteger = column.type == u"INTEGER";
+    if (value.isUndefined()) {
+        const bool isName = needed && qstrcmp(needed->column, "Name") == 0;
+        return isName ? Value(QStringLiteral("")) : Value();
+    }
+    if (value.isDouble()) {
+        if (isInteger && value.toVariant().typeId() == QMetaType::LongLong)
+            return value.toInteger();
+        if (column.type == u"REAL" || (isInteger && !needed)) // the latter is a decimal number
+            return value.toDouble();
+    } else if (value.isObject()) {
+        const auto bytes = QByteArray::fromBase64(value[u"$binary"].toString().toLatin1());
+        if (column.type == u"BLOB")
+            return bytes;
+        if (isInteger && !needed) // a GUID
+            return QString::fromUtf8(bytes);
+    } else if (column.type == u"DateTime" ? isMoment(value.toString())
+                                          : typesOf(Kind::Text).types.contains(column.type)) {
+        if (value.toString().toUtf8().size() < ShortestCutText)
+            return value.toString();
+    }
+    return {};
 }
 
 QString quoted(QString name)
@@ -85,28 +110,20 @@ QString quoted(QString name)
 /// Prints a line of the report: names to the left, numbers to the right.
 void print(const QString &name, const QString &before, const QString &after, qsizetype nameWidth)
 {
-    const QString line = name.leftJustified(nameWidth) + before.rightJustified(22) +
-                         after.rightJustified(18) + u'\n';
-    std::cout << line.toStdString();
+    Console::say(name.leftJustified(nameWidth) + before.rightJustified(22) +
+                 after.rightJustified(18));
 }
 
-/// Shows the parent that the work goes on.
-void progress()
+qint64 takeTable(const OldDatabase &old, const OldTable &table, NewDatabase &database)
 {
-    std::cout << ChildProcess::Progress << std::flush;
-}
-
-std::size_t takeTable(JetFile &old, const JetTable &table, NewDatabase &database)
-{
+    std::vector<const NeededColumn *> needed;
     QStringList columns;
-    for (const JetColumn &column : table.columns) {
-        if (!column.type)
-            throw NotDone{
-                QStringLiteral("Table %1, column %2: values of its type, number %3, cannot be "
-                               "carried over.")
-                    .arg(table.name, column.name)
-                    .arg(column.typeNumber)};
-        columns += quoted(column.name) + u' ' + QLatin1String(storedType(table, column));
+    for (const OldColumn &column : table.columns) {
+        needed.push_back(neededAs(table, column));
+        // The clock writes and looks up badge numbers as texts, so numbers have to become texts.
+        const bool isBadge = needed.back() && needed.back()->kind == Kind::Badge;
+        columns +=
+            quoted(column.name) + u' ' + (isBadge ? QStringLiteral("TEXT") : column.type.toUpper());
     }
     database.run(QStringLiteral("CREATE TABLE %1 (%2)")
                      .arg(quoted(table.name), columns.join(u", "))
@@ -116,55 +133,48 @@ std::size_t takeTable(JetFile &old, const JetTable &table, NewDatabase &database
                                .arg(quoted(table.name), places.join(u", "))
                                .toUtf8());
 
-    std::size_t rows = 0;
+    qint64 rows = 0;
     std::vector<Value> values(table.columns.size());
-    const auto take = [&](const JetRow &row) {
+    return old.readRows(table.name, [&](QJsonObject row) {
         ++rows;
-        for (std::size_t i = 0; i < row.size(); ++i) {
-            const JetColumn &column = table.columns[i];
-            const bool isLong = column.typeNumber == MDB_MEMO || column.typeNumber == MDB_OLE;
-            try {
-                values[i] = jetValue(*column.type, old.text(),
-                                     isLong && row[i] ? old.longValue(*row[i]) : row[i]);
-            } catch (const NotDone &notDone) {
-                throw NotDone{QStringLiteral("Table %1, column %2, row %3: %4")
-                                  .arg(table.name, column.name)
-                                  .arg(rows)
-                                  .arg(notDone.why)};
-            }
+        const auto fail = [&](const QString &column, const QJsonValue &value) {
+            constexpr qsizetype MostShown = 100;
+            throw NotDone{QStringLiteral("table \"%1\", column \"%2\", row %3: \"%4\" cannot be "
+                                         "imported.")
+                              .arg(table.name, column, QString::number(rows),
+                                   value.toVariant().toString().left(MostShown))};
+        };
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            const OldColumn &column = table.columns[i];
+            const QJsonValue value = row.take(column.name);
+            const std::optional<Value> stored = storedValue(column, needed[i], value);
+            if (!stored)
+                fail(column.name, value);
+            values[i] = *stored;
         }
+        if (!row.isEmpty())
+            fail(row.begin().key(), row.begin().value());
         database.insert(values);
-    };
-    old.readRows(table, take);
-    return rows;
+    });
 }
 
-} // namespace
-
-void takeOver(const QByteArray &oldFile, NewDatabase &database)
+void takeOver(const OldDatabase &old, NewDatabase &database)
 {
-    JetFile old(oldFile, progress);
-    const std::vector<JetTable> tables = old.tables();
+    const auto [tables, linkedTables] = old.catalogue();
     requireWhatTheClockNeeds(tables);
 
     qsizetype nameWidth = 0;
-    for (const JetTable &table : tables)
+    for (const OldTable &table : tables)
         nameWidth = std::max(nameWidth, table.name.size());
     print(QStringLiteral("Table"), QStringLiteral("rows in the old file"),
           QStringLiteral("rows taken over"), nameWidth);
 
     database.run("BEGIN");
-    for (const JetTable &table : tables) {
-        const std::size_t rows = takeTable(old, table, database);
-        print(table.name, QString::number(table.rowCount), QString::number(rows), nameWidth);
-        if (rows != table.rowCount)
-            throw NotDone{QStringLiteral("The file is damaged: table %1 should have %2 rows, and "
-                                         "%3 were found.")
-                              .arg(table.name)
-                              .arg(table.rowCount)
-                              .arg(rows)};
+    for (const OldTable &table : tables) {
+        const QString rows = QString::number(takeTable(old, table, database));
+        print(table.name, rows, rows, nameWidth);
     }
-    for (const QString &name : old.linkedTables())
+    for (const QString &name : linkedTables)
         print(name, QStringLiteral("in another file"), QStringLiteral("none"), nameWidth);
     // What the clock looks for at a swipe. No old table has a point in its name.
     database.run("CREATE INDEX `RawData.DownloadResult` ON RawData (DownloadResult);"
@@ -172,18 +182,20 @@ void takeOver(const QByteArray &oldFile, NewDatabase &database)
                  "COMMIT");
 }
 
+} // namespace
+
 int importOld(const QStringList &arguments)
 {
     const QString &oldFile = arguments[0];
     Draft draft(databaseNamed(arguments.value(1)));
-    const ChildProcess::Result result = ChildProcess::run([&] {
-        NewDatabase database;
-        takeOver(QFile::encodeName(oldFile), database);
-        draft.write(database.bytes());
-    });
-    std::cout << result.output.constData() << std::flush;
-    if (!result.complaint.isEmpty())
-        throw NotDone{QStringLiteral("%1 is not imported. %2").arg(oldFile, result.complaint)};
+    const OldDatabase old(oldFile);
+    NewDatabase database;
+    try {
+        takeOver(old, database);
+    } catch (const NotDone &notDone) {
+        throw NotDone{QStringLiteral("%1 is not imported: %2").arg(oldFile, notDone.why)};
+    }
+    draft.write(database.bytes());
     draft.publish();
     Console::say(QStringLiteral("Made %1.").arg(draft.target()));
     return 0;

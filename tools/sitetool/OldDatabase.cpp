@@ -1,0 +1,155 @@
+#include "tools/sitetool/OldDatabase.h"
+
+#include "tools/sitetool/NotDone.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QScopeGuard>
+
+#include <sys/prctl.h>
+#include <sys/resource.h>
+
+#include <csignal>
+
+OldDatabase::OldDatabase(const QString &path, std::chrono::milliseconds silence)
+    : m_path(QFileInfo(path).absoluteFilePath()), // which no program takes for an option
+      m_silence(silence)
+{
+    constexpr qsizetype VersionAt = 20;
+    constexpr qint64 Jet3PageSize = 2048;
+    constexpr qint64 PageSize = 4096;
+    const auto require = [&](bool holds, const QString &what) {
+        if (!holds)
+            throw NotDone{path + u' ' + what};
+    };
+
+    QFile file(path);
+    // Anything else that can be opened might keep the reader waiting.
+    require(!file.exists() || QFileInfo(path).isFile(), QStringLiteral("is not a file."));
+    const bool isOpen = file.open(QIODevice::ReadOnly);
+    require(isOpen, QStringLiteral("cannot be read: %1.").arg(file.errorString()));
+    const QByteArray head = file.read(VersionAt + 1);
+    const QByteArray mark = head.mid(4, 15);
+    require(head.size() > VersionAt && (mark == "Standard Jet DB" || mark == "Standard ACE DB"),
+            QStringLiteral("is not a Jet or Access database."));
+    m_size = file.size();
+    require(m_size % (head[VersionAt] == 0 ? Jet3PageSize : PageSize) == 0,
+            QStringLiteral("does not end with a whole page: its end is missing."));
+}
+
+OldDatabase::Catalogue OldDatabase::catalogue() const
+{
+    enum Type { Local = 1, LinkedOdbc = 4, Linked = 6 };
+    constexpr quint32 SystemFlag = 0x80000002;
+    static const QRegularExpression Definition(QStringLiteral("^\\t`((?:[^`]|``)+)`\\t+(\\w+)"));
+
+    Catalogue found;
+    readRows(QStringLiteral("MSysObjects"), [&](const QJsonObject &object) {
+        const QString name = object[u"Name"].toString();
+        const int type = object[u"Type"].toInt();
+        const auto flags = static_cast<quint32>(object[u"Flags"].toInt());
+        const bool isEngines =
+            (flags & SystemFlag) != 0 && name.startsWith(u"MSys", Qt::CaseInsensitive);
+        if (type == Local && !isEngines)
+            found.tables.push_back({name, {}});
+        else if (type == Linked || type == LinkedOdbc)
+            found.linkedTables += name;
+    });
+    for (OldTable &table : found.tables) {
+        run(QStringLiteral("mdb-schema"),
+            {QStringLiteral("--table=") + table.name, m_path, QStringLiteral("sqlite")},
+            [&](const QByteArray &line) {
+                const auto match = Definition.match(QString::fromUtf8(line));
+                if (match.hasMatch())
+                    table.columns.push_back(
+                        {match.captured(1).replace(QStringLiteral("``"), QStringLiteral("`")),
+                         match.captured(2)});
+            });
+    }
+    return found;
+}
+
+qint64 OldDatabase::readRows(const QString &table,
+                             const std::function<void(const QJsonObject &row)> &take) const
+{
+    static const QString Format = QStringLiteral("%Y-%m-%d %H:%M:%S");
+
+    qint64 count = -1;
+    run(QStringLiteral("mdb-count"), {m_path, table},
+        [&](const QByteArray &line) { count = line.toLongLong(); });
+    qint64 rows = 0;
+    run(QStringLiteral("mdb-json"),
+        {QStringLiteral("-D"), Format, QStringLiteral("-T"), Format, m_path, table},
+        [&](const QByteArray &line) {
+            ++rows;
+            QJsonParseError error;
+            const QJsonDocument row = QJsonDocument::fromJson(line, &error);
+            if (!row.isObject())
+                throw NotDone{QStringLiteral("table \"%1\", row %2 cannot be read: %3.")
+                                  .arg(table, QString::number(rows), error.errorString())};
+            take(row.object());
+        });
+    if (rows != count)
+        throw NotDone{QStringLiteral("table \"%1\" is damaged: it should have %2 rows, and %3 "
+                                     "were found.")
+                          .arg(table, QString::number(count), QString::number(rows))};
+    return rows;
+}
+
+void OldDatabase::run(const QString &program, const QStringList &arguments,
+                      const std::function<void(const QByteArray &line)> &take) const
+{
+    constexpr qint64 MostGrowth = 1000; // for each bit of yes or no, the column's name is printed
+    constexpr qint64 LongestLine = qint64{64} << 20;
+    constexpr qint64 LongestComplaint = 500;
+    const auto require = [&](bool holds, const QString &what) {
+        if (!holds)
+            throw NotDone{program + u' ' + what};
+    };
+
+    QProcess process;
+    const auto end = qScopeGuard([&] {
+        process.kill();
+        process.waitForFinished();
+    });
+    QProcessEnvironment environment;
+    environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
+    process.setProcessEnvironment(environment);
+    process.setChildProcessModifier([] {
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        // A damaged chain of pages makes the programs collect bytes for ever.
+        constexpr rlimit MostMemory = {rlim_t{1} << 30, rlim_t{1} << 30};
+        ::setrlimit(RLIMIT_AS, &MostMemory);
+    });
+    // Once it complains, nothing else that it says is used.
+    QObject::connect(&process, &QProcess::readyReadStandardError, &process, &QProcess::kill);
+    process.start(program, arguments, QIODevice::ReadOnly);
+    require(process.waitForStarted(),
+            QStringLiteral("cannot be started. Install the package mdbtools."));
+
+    const auto silence = static_cast<int>(m_silence.count());
+    qint64 taken = 0;
+    while (process.waitForReadyRead(silence)) {
+        while (process.canReadLine()) {
+            const QByteArray line = process.readLine();
+            taken += line.size();
+            take(line.chopped(1));
+        }
+        require(process.bytesAvailable() <= LongestLine &&
+                    taken + process.bytesAvailable() <= m_size * MostGrowth,
+                QStringLiteral("prints more than the file can hold: it is damaged."));
+    }
+    const bool isEnded =
+        process.state() == QProcess::NotRunning || process.waitForFinished(silence);
+    process.setReadChannel(QProcess::StandardError);
+    const QByteArray complaint = process.readLine(LongestComplaint);
+    require(complaint.isEmpty(), QStringLiteral("says \"%1\": the file is damaged or encrypted.")
+                                     .arg(QString::fromUtf8(complaint.trimmed())));
+    require(isEnded, QStringLiteral("timed out: the file is damaged."));
+    require(process.exitStatus() == QProcess::NormalExit,
+            QStringLiteral("crashed: the file is damaged."));
+    require(process.exitCode() == 0, QStringLiteral("failed: the file is damaged."));
+}
