@@ -12,10 +12,14 @@ void say(const QString &line)
     std::cout << qPrintable(visible(line)) << std::endl;
 }
 
+QString program()
+{
+    return QCoreApplication::applicationName(); // which is that of argv[0], as no tool sets another
+}
+
 Status complain(const QString &why)
 {
-    std::cerr << qPrintable(QCoreApplication::applicationName()) << ": " << qPrintable(visible(why))
-              << std::endl;
+    std::cerr << qPrintable(program()) << ": " << qPrintable(visible(why)) << std::endl;
     return Failed;
 }
 

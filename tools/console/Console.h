@@ -17,8 +17,10 @@ QString visible(const QString &text);
 /// Writes `line`, as visible() shows it, to the standard output, at once.
 void say(const QString &line);
 
-/// Writes "NAME: WHY", as visible() shows it, to the standard error, NAME being the program's.
-/// Returns Failed.
+/// The name that the program was called by, without its folder: what to type to call it again.
+QString program();
+
+/// Writes "PROGRAM: WHY", WHY as visible() shows it, to the standard error. Returns Failed.
 Status complain(const QString &why);
 
 /// Complains of a command line that is not understood, and points at --help. Returns

@@ -3,6 +3,7 @@
 #include "platform/basics/Failure.h"
 #include "platform/host/EventLoopHost.h"
 #include "store/SavePunch.h"
+#include "tools/console/Console.h"
 #include "tools/sitetool/NeededColumns.h"
 #include "tools/sitetool/Rights.h"
 
@@ -26,7 +27,7 @@ constexpr std::chrono::milliseconds Moment = 2s;
 constexpr std::chrono::milliseconds LongLook = 10s;
 
 /// What to do about a failure, by its number or by the low byte that SQLite's numbers have in
-/// common.
+/// common. %1 in the text is this program.
 struct Advice {
     int number;
     const char *text;
@@ -36,8 +37,8 @@ constexpr Advice Advices[] = {
     {SQLITE_CONSTRAINT, "A rule of the table or a trigger refuses what the clock writes: give "
                         "columns of your own a default, or remove the rule."},
     {SQLITE_CORRUPT, "The file is damaged: copy it away, then restore a backup."},
-    {SQLITE_NOTADB, "Bring a Jet or Access database over by sitetool import; in place of anything "
-                    "else restore a backup."},
+    {SQLITE_NOTADB, "Bring a Jet or Access database over by %1 import; in place of anything else "
+                    "restore a backup."},
     {SQLITE_READONLY_ROLLBACK,
      "The last write was cut off, by a crash or a power cut, and is taken "
      "back at the next swipe. Swipe a badge, then check again."},
@@ -58,7 +59,9 @@ QString withAdvice(const QString &words, int number)
     for (const int key : {number, number & LowByte}) {
         for (const Advice &advice : Advices) {
             if (advice.number == key)
-                return words + u' ' + QString::fromLatin1(advice.text);
+                return words + u' ' +
+                       QString::fromLatin1(advice.text)
+                           .replace(QStringLiteral("%1"), Console::program());
         }
     }
     return words;
@@ -198,9 +201,9 @@ bool DatabaseCheck::checkTables()
                 checkEmployees();
         } else {
             say(isWritten ? Findings::Stopping : Findings::Notable,
-                QStringLiteral("%1 is not as the clock needs it: %2. sitetool new makes a file "
-                               "with all that is needed, to compare with.")
-                    .arg(name, missing.join(u", ")));
+                QStringLiteral("%1 is not as the clock needs it: %2. %3 new makes a file with all "
+                               "that is needed, to compare with.")
+                    .arg(name, missing.join(u", "), Console::program()));
             takesPunches = takesPunches && !isWritten;
         }
     }
@@ -352,9 +355,9 @@ void checkDatabase(const QString &file, Findings &findings)
         reason = hindrance(path, F_OK);
     if (!reason.isEmpty()) {
         findings.say(Findings::Stopping,
-                     shown + QStringLiteral(" It cannot be reached: %1 Where there is none, "
-                                            "sitetool new makes one.")
-                                 .arg(reason));
+                     shown + QStringLiteral(" It cannot be reached: %1 Where there is none, %2 new "
+                                            "makes one.")
+                                 .arg(reason, Console::program()));
         return;
     }
     findings.say(Findings::Good, shown);

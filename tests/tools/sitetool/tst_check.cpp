@@ -61,13 +61,13 @@ private Q_SLOTS:
         QCOMPARE(QDir(m_database->folder()).entryList(QDir::Files), {"Orvanta.mdb"});
     }
 
+    /// As installed, where a link has the name that is to be called.
     void file_data()
     {
         Table<QByteArray, int, QString> row("content", "status", "line");
-        row("none", {}, 1, "STOPS PUNCHES: The database is ");
+        row("none", {}, 1, "Where there is none, tavrel-sitetool new makes one.");
         row("Jet", QByteArray("\0\1\0\0Standard Jet DB\0", 20).leftJustified(4096), 1,
-            "STOPS PUNCHES: The database cannot be read: The database is in the format of "
-            "Microsoft Jet.");
+            "Bring a Jet or Access database over by tavrel-sitetool import;");
     }
     void file()
     {
@@ -75,7 +75,11 @@ private Q_SLOTS:
         QVERIFY(QFile::remove(m_database->file()));
         if (!content.isNull())
             TemporaryHome::write(m_database->file(), content);
-        expectLine();
+        const QString installed = m_home->path("tavrel-sitetool");
+        QVERIFY(QFile::link(SITETOOL, installed));
+        QFETCH(int, status);
+        QFETCH(QString, line);
+        expect(status, line, installed);
     }
 
     /// Neither is decided by the clock's own code: a punch is tried without a journal on the disk.
