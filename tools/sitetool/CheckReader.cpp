@@ -133,13 +133,15 @@ bool isLine(const QString &path)
            !isReserved;
 }
 
-/// Why the clock could not open the device, and what to do about it; empty when it could.
-QString obstacle(const QString &path)
+/// Why the clock could not open the device, and what to do about it if the clock is to use it;
+/// empty when it could.
+QString obstacle(const QString &path, bool isUsed)
 {
-    if (QString missing = hindrance(path, F_OK); !missing.isEmpty())
-        return missing;
+    const QString setRight = isUsed ? QString::fromLatin1(SetPortRight) : QString();
+    if (const QString missing = hindrance(path, F_OK); !missing.isEmpty())
+        return missing + setRight;
     if (!isLine(path))
-        return QStringLiteral("There is no serial line behind it.");
+        return QStringLiteral("It is not a serial line.") + setRight;
     return hindrance(path, R_OK | W_OK);
 }
 
@@ -151,12 +153,12 @@ void checkPort(int port, bool isUsed, const std::optional<LockHolder> &clock, Fi
         line += QStringLiteral(", a link to ") + link.symLinkTarget();
     line += u'.';
 
-    const QString reason = obstacle(path);
+    const QString reason = obstacle(path, isUsed);
     const auto holder = lockHolder(path);
     const bool isHeldByClock = clock && holder && clock->process == holder->process;
     auto weight = isUsed ? Findings::Stopping : Findings::Good;
     if (!reason.isEmpty())
-        line += u' ' + reason + (isUsed ? QLatin1String(SetPortRight) : QLatin1String());
+        line += u' ' + reason;
     else if (holder && !isHeldByClock)
         line += QStringLiteral(" %1 has it.").arg(holder->name) +
                 (isUsed ? QStringLiteral(" Close that, then open and close Options.") : QString());

@@ -7,7 +7,65 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <vector>
+
+namespace
+{
+
+QString userName(uid_t id)
+{
+    const passwd *user = ::getpwuid(id);
+    return user ? QString::fromLocal8Bit(user->pw_name) : QString::number(id);
+}
+
+QString groupName(gid_t id)
+{
+    const group *group = ::getgrgid(id);
+    return group ? QString::fromLocal8Bit(group->gr_name) : QString::number(id);
+}
+
+/// Whether this user will be in the group from the next login on.
+bool isEntered(gid_t wanted)
+{
+    const passwd *user = ::getpwuid(::getuid());
+    if (!user)
+        return false;
+    int count = 0;
+    ::getgrouplist(user->pw_name, user->pw_gid, nullptr, &count);
+    std::vector<gid_t> groups(static_cast<std::size_t>(count));
+    ::getgrouplist(user->pw_name, user->pw_gid, groups.data(), &count);
+    return std::ranges::find(groups, wanted) != groups.end();
+}
+
+/// To whom a thing belongs that this user may not use, and how to come by the right.
+QString remedy(const struct stat &status, mode_t rights)
+{
+    constexpr mode_t Permissions = 07777;
+    const QString user = userName(::getuid());
+    const QString group = groupName(status.st_gid);
+    const QString belongs =
+        QStringLiteral(" It belongs to %1 and the group %2, in mode %3.")
+            .arg(userName(status.st_uid), group, QString::number(status.st_mode & Permissions, 8));
+    const mode_t groupRights = rights << 3;
+    if (status.st_uid == ::getuid() || status.st_gid == 0 ||
+        (status.st_mode & groupRights) != groupRights)
+        return belongs +
+               QStringLiteral(" That leaves %1 out: the administrator gives it to a group by %2.")
+                   .arg(user, S_ISCHR(status.st_mode)
+                                  ? QStringLiteral("a udev rule, GROUP=\"dialout\", MODE=\"0660\"")
+                                  : QStringLiteral("chgrp and chmod"));
+    if (isEntered(status.st_gid))
+        return belongs + QStringLiteral(" %1 is in that group, but not yet in this session: log "
+                                        "out and in again.")
+                             .arg(user);
+    return belongs + QStringLiteral(" The group may use it, and %1 is not in it: sudo adduser %1 "
+                                    "%2, then log out and in again.")
+                         .arg(user, group);
+}
+
+} // namespace
 
 QString hindrance(const QString &path, int rights)
 {
@@ -15,17 +73,10 @@ QString hindrance(const QString &path, int rights)
     if (::access(name.constData(), rights) == 0)
         return {};
     const int error = errno;
-    QString words = qt_error_string(error) + u'.';
+    const QString words = qt_error_string(error) + u'.';
 
     struct stat status = {};
     if (error != EACCES || ::stat(name.constData(), &status) != 0)
         return words;
-    const mode_t groupRights = static_cast<mode_t>(rights) << 3;
-    const group *owner = ::getgrgid(status.st_gid);
-    const passwd *user = ::getpwuid(::getuid());
-    if (status.st_gid != 0 && (status.st_mode & groupRights) == groupRights && owner && user)
-        words +=
-            QStringLiteral(" The group %2 may: sudo adduser %1 %2, then log in anew.")
-                .arg(QString::fromLocal8Bit(user->pw_name), QString::fromLocal8Bit(owner->gr_name));
-    return words;
+    return words + remedy(status, static_cast<mode_t>(rights));
 }

@@ -82,12 +82,36 @@ private Q_SLOTS:
         expect(status, line, installed);
     }
 
+    /// A line that belongs to another user.
+    void rightsOfLine_data()
+    {
+        Table<uint, uint, QString> row("group", "mode", "line");
+        row("of a group", 12345, 0660,
+            "group 12345, in mode 660. The group may use it, and nobody");
+        row("of this user's group", 65534, 0660, "nobody is in that group, but not yet in this");
+        row("of its owner", 12345, 0600, "in mode 600. That leaves nobody out: the");
+    }
+    void rightsOfLine()
+    {
+        if (geteuid() != 0)
+            QSKIP("Only root can keep a line from another user.");
+        QFETCH(uint, group);
+        QFETCH(uint, mode);
+        QFETCH(QString, line);
+        const QString program = copiedProgram();
+        const QString device = QFileInfo(m_home->path("Tavrel/COM1")).symLinkTarget();
+        QVERIFY(chown(qPrintable(device), 0, group) == 0 && chmod(qPrintable(device), mode) == 0);
+        QVERIFY(chmod(qPrintable(m_home->path({})), 0755) == 0);
+        asOrdinaryUser([&] {
+            const QString said = expect(1, line, program);
+            QVERIFY2(!said.contains("Plug the reader in"), qPrintable(said));
+        });
+    }
+
     /// Neither is decided by the clock's own code: a punch is tried without a journal on the disk.
     void rights()
     {
-        // The build's own folder may be closed to others.
-        const QString program = m_database->folder() + "/sitetool";
-        QVERIFY(QFile::copy(SITETOOL, program));
+        const QString program = copiedProgram();
         QVERIFY(chmod(qPrintable(m_database->folder()), 0555) == 0);
         asOrdinaryUser([&] {
             expect(1, "STOPS PUNCHES: " + m_database->folder() + " cannot be written: Permission",
@@ -155,7 +179,7 @@ private Q_SLOTS:
         QCOMPARE(::read(line.get(), swipe, sizeof swipe), 7);
 
         QVERIFY(QFile::remove(port) && QFile::link("/dev/null", port));
-        expect(1, "There is no serial line behind it.");
+        expect(1, "It is not a serial line. Plug the reader in");
         m_reader.reset();
         QVERIFY(QFile::remove(port) && QFile::link("nowhere", port));
         expect(1, "No such file or directory. Plug the reader in");
@@ -178,14 +202,28 @@ private:
         expect(status, line);
     }
 
-    void expect(int status, const QString &line, const QString &program = SITETOOL)
+    /// What the check has said, which contains `line`.
+    QString expect(int status, const QString &line, const QString &program = SITETOOL)
     {
         QProcess check;
         check.start(program, {"check", m_database->file()});
-        QVERIFY(check.waitForFinished() && check.exitStatus() == QProcess::NormalExit);
+        const bool ends = check.waitForFinished() && check.exitStatus() == QProcess::NormalExit;
         const QString said = QString::fromUtf8(check.readAllStandardOutput());
-        QVERIFY2(said.contains(line), qPrintable(said));
-        QVERIFY2(check.exitCode() == status, qPrintable(said));
+        [&] {
+            QVERIFY(ends);
+            QVERIFY2(said.contains(line), qPrintable(said));
+            QVERIFY2(check.exitCode() == status, qPrintable(said));
+        }();
+        return said;
+    }
+
+    /// The program where each user may run it, as the build's own folder may be closed to others.
+    QString copiedProgram() const
+    {
+        const QString program = m_database->folder() + "/sitetool";
+        if (!QFile::copy(SITETOOL, program) || chmod(qPrintable(m_database->folder()), 0755) != 0)
+            qFatal("cannot copy the program");
+        return program;
     }
 
     std::unique_ptr<TemporaryHome> m_home;
