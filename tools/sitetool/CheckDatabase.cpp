@@ -26,6 +26,9 @@ using namespace std::chrono_literals;
 constexpr std::chrono::milliseconds Moment = 2s;
 constexpr std::chrono::milliseconds LongLook = 10s;
 
+/// The badge of the punch that is tried: a column of numbers does not keep it as it is.
+const QString TriedBadge = QStringLiteral("00123");
+
 /// What to do about a failure, by its number or by the low byte that SQLite's numbers have in
 /// common. %1 in the text is this program.
 struct Advice {
@@ -159,7 +162,9 @@ private:
     bool checkTables();
     QStringList missingColumns(const char *table);
     void checkEmployees();
+    void checkEmployeeBadges();
     void tryPunch();
+    void checkBadge(const QVariant &stored);
     void checkBatch(const QVariant &batch);
 
     const QString m_source;
@@ -247,12 +252,27 @@ void DatabaseCheck::checkEmployees()
             shown += QStringLiteral(" and %1 more").arg(badges.size() - MostShown);
         say(Findings::Notable, QString::fromLatin1(doubt.words).arg(shown));
     }
+    checkEmployeeBadges();
+}
+
+/// Stores a badge in a table of this connection alone, whose column is declared alike.
+void DatabaseCheck::checkEmployeeBadges()
+{
+    execute(m_reading, "CREATE TEMP TABLE Tried AS SELECT PersonalID FROM main.Employee LIMIT 0");
+    Statement(m_reading, QStringLiteral("INSERT INTO Tried VALUES (?1)"), {TriedBadge}).execute();
+    const QString stored = rows("SELECT PersonalID FROM Tried").value(0);
+    if (stored != TriedBadge)
+        say(Findings::Notable, QStringLiteral("Employee.PersonalID is declared as a number, so the "
+                                              "badges %1 and %2 are one employee's. Declare it as "
+                                              "VARCHAR(50).")
+                                   .arg(TriedBadge, stored));
 }
 
 void DatabaseCheck::tryPunch()
 {
     SilentHost host;
     QVariant batch;
+    QVariant badge;
     try {
         DataEnvironment environment; // its end takes everything back
         Connection &connection = environment.conOV;
@@ -263,22 +283,41 @@ void DatabaseCheck::tryPunch()
         if (m_journalMode != u"wal") // a change of this mode is written to the file
             execute(connection, "PRAGMA journal_mode = MEMORY");
         execute(connection, "BEGIN IMMEDIATE");
-        SavePunch(host, environment, QStringLiteral("1"), host.Now(), 1);
+        SavePunch(host, environment, TriedBadge, host.Now(), 1);
         if (host.box.isEmpty()) {
-            Statement stored(
-                connection,
-                QStringLiteral("SELECT ID FROM RawDataDetails WHERE rowid = last_insert_rowid()"));
-            if (stored.step())
+            Statement stored(connection, QStringLiteral("SELECT ID, PersonalID FROM RawDataDetails "
+                                                        "WHERE _rowid_ = last_insert_rowid()"));
+            if (stored.step()) {
                 batch = stored.value(0).toVariant();
+                badge = stored.value(1).toVariant();
+            }
         }
     } catch (const Failure &failure) {
         host.MsgBox(failure);
     }
-    if (host.box.isEmpty())
+    if (host.box.isEmpty()) {
+        checkBadge(badge);
         checkBatch(batch);
-    else
+    } else {
         say(Findings::Stopping,
             withAdvice(QStringLiteral("A punch is refused: ") + sentence(host.box), host.number));
+    }
+}
+
+/// `stored`: what has become of TriedBadge in the table.
+void DatabaseCheck::checkBadge(const QVariant &stored)
+{
+    const bool isText = stored.typeId() == QMetaType::QString;
+    if (isText && stored.toString() == TriedBadge)
+        return;
+    const QString reason =
+        isText || stored.isNull()
+            ? QStringLiteral("A trigger on RawDataDetails changes it.")
+            : QStringLiteral("RawDataDetails.PersonalID is declared as a number: make a file by "
+                             "%1 new, where it is VARCHAR(50), and copy the rows there.")
+                  .arg(Console::program());
+    say(Findings::Wrong, QStringLiteral("A punch of badge %1 is stored for badge \"%2\". %3")
+                             .arg(TriedBadge, stored.toString(), reason));
 }
 
 void DatabaseCheck::checkBatch(const QVariant &batch)

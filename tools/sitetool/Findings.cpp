@@ -17,6 +17,7 @@ constexpr Wording Wordings[] = {
     {"ok: ", "A swipe would be stored."},
     {"note: ", "A swipe would be stored; the notes are worth a look."},
     {"NOT CLEAR: ", "Whether a swipe would be stored cannot be seen."},
+    {"WRONG PUNCHES: ", "A swipe would be stored as another punch."},
     {"STOPS PUNCHES: ", "A swipe would not be stored."},
 };
 

@@ -42,6 +42,17 @@ private Q_SLOTS:
         row("number", employees + "INSERT INTO Employee VALUES (7, 'Ann')", 0,
             "note: Badges stored as numbers, which have lost leading zeros and may be shown as "
             "Unknown: 7.");
+        row("badges declared as numbers",
+            "DROP TABLE Employee; CREATE TABLE Employee (PersonalID DECIMAL, Name)", 0,
+            "note: Employee.PersonalID is declared as a number, so the badges 00123 and 123 are");
+        const QByteArray details = "DROP TABLE RawDataDetails; CREATE TABLE RawDataDetails (ID, "
+                                   "PersonalID INT, EventStatus, DateTime, Shift, MachineNo)";
+        row("punches declared as numbers", details, 1,
+            "WRONG PUNCHES: A punch of badge 00123 is stored for badge \"123\". RawDataDetails");
+        row("punches changed",
+            "CREATE TRIGGER Guard AFTER INSERT ON RawDataDetails BEGIN UPDATE RawDataDetails SET "
+            "PersonalID = 'x'; END",
+            1, "WRONG PUNCHES: A punch of badge 00123 is stored for badge \"x\". A trigger on");
         row("odd badge", employees + "INSERT INTO Employee VALUES (char(27, 127, 8238, 160), NULL)", 0,
             "note: Employees whose Name is Null, which is a message box at each swipe: "
             "\\x1B\\x7F\\u202E\\xA0.");
