@@ -7,6 +7,7 @@
 #include "tools/sitetool/NeededColumns.h"
 #include "tools/sitetool/Rights.h"
 
+#include <QDate>
 #include <QFile>
 #include <QFileInfo>
 #include <QStorageInfo>
@@ -128,8 +129,11 @@ public:
             m_journalMode = rows("PRAGMA journal_mode").value(0);
             say(Findings::Good, QStringLiteral("The journal mode is %1.").arg(m_journalMode));
             lookThrough();
-            if (checkTables() && mayWrite)
-                tryPunch();
+            if (checkTables()) {
+                if (mayWrite)
+                    tryPunch();
+                showLastPunch();
+            }
         } catch (const Failure &failure) {
             const bool isCutOff = failure.number == SQLITE_READONLY_ROLLBACK;
             say(isCutOff ? Findings::Unclear : Findings::Stopping,
@@ -166,6 +170,7 @@ private:
     void tryPunch();
     void checkBadge(const QVariant &stored);
     void checkBatch(const QVariant &batch);
+    void showLastPunch();
 
     const QString m_source;
     Findings &m_findings;
@@ -341,6 +346,36 @@ void DatabaseCheck::checkBatch(const QVariant &batch)
         say(Findings::Notable, joins + QStringLiteral("which has %1 punches but \"%2\" as its "
                                                       "RecordCount, which the clock only adds to.")
                                            .arg(punches, counted));
+}
+
+void DatabaseCheck::showLastPunch()
+{
+    // The table has no index for the day. A punch that was added by hand stands among those of
+    // another day, so all of the last rows are looked at and not only those up to another day's.
+    constexpr int MostLookedAt = 10000;
+    try {
+        Statement last(m_reading,
+                       QStringLiteral("SELECT PersonalID, EventStatus, DateTime "
+                                      "FROM RawDataDetails ORDER BY _rowid_ DESC LIMIT 1"));
+        if (!last.step()) {
+            say(Findings::Good, QStringLiteral("No punch is stored yet."));
+            return;
+        }
+        const QStringList ofToday = rows(
+            QStringLiteral("SELECT count(*) FROM (SELECT DateTime FROM RawDataDetails "
+                           "ORDER BY _rowid_ DESC LIMIT ?1) WHERE substr(DateTime, 1, 10) = ?2"),
+            {MostLookedAt, QDate::currentDate().toString(Qt::ISODate)});
+        say(Findings::Good,
+            QStringLiteral("The last stored punch is of badge \"%1\", %2, at %3. Punches of today: "
+                           "%4.")
+                .arg(last.value(0).toVariant().toString(),
+                     last.value(1).toVariant() == 1 ? QStringLiteral("Clock In")
+                                                    : QStringLiteral("Clock Out"),
+                     last.value(2).toVariant().toString(), ofToday.value(0)));
+    } catch (const Failure &failure) {
+        say(Findings::Notable, QStringLiteral("The last stored punch cannot be read: ") +
+                                   sentence(failure.description));
+    }
 }
 
 /// Whether this user may write `path`, the database, and the journal beside it.

@@ -194,9 +194,9 @@ void checkReader(Findings &findings)
     checkAutoSwitch(findings);
 
     const auto clock = runningClock();
-    findings.say(clock ? Findings::Good : Findings::Notable,
+    findings.say(clock ? Findings::Good : Findings::Stopping,
                  clock ? QStringLiteral("The clock is running: %1.").arg(clock->name)
-                       : QStringLiteral("No clock is running for this user: start it."));
+                       : QStringLiteral("The clock is not running for this user: start it."));
     constexpr int Ports = static_cast<int>(Choices::Ports.size());
     for (int port = 1; port <= Ports; ++port)
         checkPort(port, position == port - 1, clock, findings);

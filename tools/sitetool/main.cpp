@@ -19,9 +19,10 @@ constexpr char Description[] =
     "  import OLD.mdb [FILE]  make a database with all tables of a Jet 3 or Jet 4 database, or of\n"
     "                         a later Access file, which is only read\n"
     "  check [FILE]           say what the clock will meet in the database, the settings of this\n"
-    "                         user and the ports, and whether it would store a swipe. Nothing is\n"
-    "                         changed and no port is opened, so a rate or parity that the port\n"
-    "                         does not take is not seen\n\n"
+    "                         user and the ports, whether it runs and would store a swipe, and\n"
+    "                         which punch was stored last. Nothing is changed and no port is\n"
+    "                         opened, so a rate or parity that the port does not take is not "
+    "seen\n\n"
     "FILE is Orvanta.mdb in the program's folder unless named. A file that exists is never\n"
     "replaced. The status is 0 when it is done, or when check finds that a swipe would be stored;\n"
     "1 when it is not, 2 when the command is not understood.";

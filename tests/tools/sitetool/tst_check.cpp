@@ -7,7 +7,8 @@
 #include <fcntl.h>
 #include <sys/file.h>
 
-/// A site of its own for each row: the sample's database, and a reader on COM1.
+/// A site of its own for each row: the sample's database, a reader on COM1, and this process in the
+/// place of the clock, with the clock's lock and the port.
 class TestCheck : public QObject
 {
     Q_OBJECT
@@ -53,6 +54,14 @@ private Q_SLOTS:
             "CREATE TRIGGER Guard AFTER INSERT ON RawDataDetails BEGIN UPDATE RawDataDetails SET "
             "PersonalID = 'x'; END",
             1, "WRONG PUNCHES: A punch of badge 00123 is stored for badge \"x\". A trigger on");
+        row("no punch", "", 0, "ok: No punch is stored yet.");
+        row("last punch", punches, 0,
+            "ok: The last stored punch is of badge \"1\", Clock In, at 1. Punches of today: 0.");
+        row("punches of today",
+            "INSERT INTO RawDataDetails SELECT 0, '7', 0, datetime('now', 'localtime'), 0, 0 FROM "
+            "Employee LIMIT 3; INSERT INTO RawDataDetails VALUES (0, '\x1B', 0, '2026-03-23 "
+            "08:00:00', 0, 0)",
+            0, "is of badge \"\\x1B\", Clock Out, at 2026-03-23 08:00:00. Punches of today: 3.");
         row("odd badge", employees + "INSERT INTO Employee VALUES (char(27, 127, 8238, 160), NULL)", 0,
             "note: Employees whose Name is Null, which is a message box at each swipe: "
             "\\x1B\\x7F\\u202E\\xA0.");
@@ -177,17 +186,15 @@ private Q_SLOTS:
     {
         const QString port = m_home->path("Tavrel/COM1");
         m_reader->send("a swip\n"); // whole lines only, as nobody has set the line
-        const FileDescriptor line(::open(qPrintable(port), O_RDWR | O_NOCTTY | O_NONBLOCK));
-        const FileDescriptor claim(
-            ::open(qPrintable(m_home->path("Tavrel.lock")), O_RDWR | O_CREAT, 0600));
-        QCOMPARE(::flock(line.get(), LOCK_EX), 0);
-        expect(1, "tst_check (process ");
-        QCOMPARE(::flock(claim.get(), LOCK_EX), 0);
         expect(0, "The clock has it.");
-        QCOMPARE(::flock(line.get(), LOCK_UN), 0);
+        QCOMPARE(::flock(m_line.get(), LOCK_UN), 0);
         expect(1, "The running clock has not opened it");
+        m_claim = {};
+        expect(1, "STOPS PUNCHES: The clock is not running for this user: start it.");
+        QCOMPARE(::flock(m_line.get(), LOCK_EX), 0);
+        expect(1, "tst_check (process ");
         char swipe[8] = {};
-        QCOMPARE(::read(line.get(), swipe, sizeof swipe), 7);
+        QCOMPARE(::read(m_line.get(), swipe, sizeof swipe), 7);
 
         QVERIFY(QFile::remove(port) && QFile::link("/dev/null", port));
         expect(1, "It is not a serial line. Plug the reader in");
@@ -202,7 +209,12 @@ private Q_SLOTS:
         qputenv("XDG_RUNTIME_DIR", m_home->path({}).toUtf8());
         m_database = std::make_unique<TestDatabase>();
         m_reader = std::make_unique<VirtualReader>();
-        m_reader->linkAt(m_home->path("Tavrel/COM1"));
+        const QString port = m_home->path("Tavrel/COM1");
+        m_reader->linkAt(port);
+        m_line = FileDescriptor(::open(qPrintable(port), O_RDWR | O_NOCTTY | O_NONBLOCK));
+        m_claim =
+            FileDescriptor(::open(qPrintable(m_home->path("Tavrel.lock")), O_RDWR | O_CREAT, 0600));
+        QVERIFY(::flock(m_line.get(), LOCK_EX) == 0 && ::flock(m_claim.get(), LOCK_EX) == 0);
     }
 
 private:
@@ -240,6 +252,8 @@ private:
     std::unique_ptr<TemporaryHome> m_home;
     std::unique_ptr<TestDatabase> m_database;
     std::unique_ptr<VirtualReader> m_reader;
+    FileDescriptor m_line;
+    FileDescriptor m_claim;
 };
 
 QTEST_GUILESS_MAIN(TestCheck)
