@@ -1,6 +1,7 @@
 #include "app/Initial.h"
 
 #include "app/App.h"
+#include "app/QtMessages.h"
 #include "app/frmMain.h"
 #include "platform/basics/ApplicationTitle.h"
 #include "platform/windows/DesktopHost.h"
@@ -22,6 +23,7 @@ int Main(int argc, char *argv[])
 
     // A limit on the size of files is a failure of the write, as a full disk is, and not the end.
     std::signal(SIGXFSZ, SIG_IGN);
+    QtMessages::keep();
     argc = std::min(argc, 1); // its name: the toolkit would act on the arguments it knows
     QApplication application(argc, argv);
     QApplication::setApplicationName(ApplicationTitle);
@@ -32,6 +34,7 @@ int Main(int argc, char *argv[])
     DesktopHost host;
     frmMain window(host, de());
     window.Show();
+    QtMessages::pass();
     return QApplication::exec();
 }
 
