@@ -73,7 +73,7 @@ QString hindrance(const QString &path, int rights)
     if (::access(name.constData(), rights) == 0)
         return {};
     const int error = errno;
-    const QString words = qt_error_string(error) + u'.';
+    QString words = qt_error_string(error) + u'.';
 
     struct stat status = {};
     if (error != EACCES || ::stat(name.constData(), &status) != 0)

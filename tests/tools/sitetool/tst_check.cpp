@@ -231,7 +231,7 @@ private:
         QProcess check;
         check.start(program, {"check", m_database->file()});
         const bool ends = check.waitForFinished() && check.exitStatus() == QProcess::NormalExit;
-        const QString said = QString::fromUtf8(check.readAllStandardOutput());
+        QString said = QString::fromUtf8(check.readAllStandardOutput());
         [&] {
             QVERIFY(ends);
             QVERIFY2(said.contains(line), qPrintable(said));
@@ -243,7 +243,7 @@ private:
     /// The program where each user may run it, as the build's own folder may be closed to others.
     QString copiedProgram() const
     {
-        const QString program = m_database->folder() + "/sitetool";
+        QString program = m_database->folder() + "/sitetool";
         if (!QFile::copy(SITETOOL, program) || chmod(qPrintable(m_database->folder()), 0755) != 0)
             qFatal("cannot copy the program");
         return program;
