@@ -29,7 +29,13 @@ public:
     }
 
 private:
-    QMargins margins() const { return m_window.windowHandle()->frameMargins(); }
+    /// None before the window has a handle, which it gets when it is shown. Making one earlier, by
+    /// winId(), would make native windows of all controls of the window's owner.
+    QMargins margins() const
+    {
+        const QWindow *handle = m_window.windowHandle();
+        return handle ? handle->frameMargins() : QMargins();
+    }
 
     /// A window that stands elsewhere was moved, or the window system has not yet reported where it
     /// put it; that report is an event, too.
@@ -57,6 +63,5 @@ private:
 
 void centreOnScreen(QWidget &window)
 {
-    window.winId(); // makes its window on the screen, still hidden
     new Centring(window);
 }
