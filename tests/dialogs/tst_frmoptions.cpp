@@ -15,7 +15,7 @@ public:
 
     template <typename Control = QWidget> Control *find(const char *name)
     {
-        auto *control = form.findChild<Control *>(name);
+        auto *control = dynamic_cast<Control *>(form.findChild<QWidget *>(name));
         if (!control)
             qFatal("no %s", name);
         return control;
