@@ -4,6 +4,7 @@
 #include "app/QtMessages.h"
 #include "app/frmMain.h"
 #include "platform/basics/ApplicationTitle.h"
+#include "platform/basics/Utf8Locale.h"
 #include "platform/windows/DesktopHost.h"
 #include "store/DataEnvironment.h"
 
@@ -25,6 +26,7 @@ int Main(int argc, char *argv[])
     std::signal(SIGXFSZ, SIG_IGN);
     QtMessages::keep();
     argc = std::min(argc, 1); // its name: the toolkit would act on the arguments it knows
+    chooseUtf8Locale();
     QApplication application(argc, argv);
     QApplication::setApplicationName(ApplicationTitle);
     QApplication::setApplicationVersion(QStringLiteral(TAVREL_VERSION_TEXT));

@@ -1,6 +1,7 @@
 #include "app/settings/Choices.h"
 #include "app/settings/SerialDevice.h"
 #include "platform/basics/Failure.h"
+#include "platform/basics/Utf8Locale.h"
 #include "platform/host/EventLoopHost.h"
 #include "platform/serial/TermiosComm.h"
 #include "reader/CMRW.h"
@@ -336,6 +337,7 @@ QString mistakeIn(const QCommandLineParser &parser, const Options &options)
 
 int main(int argc, char *argv[])
 {
+    chooseUtf8Locale();
     QCoreApplication application(argc, argv);
     QCommandLineParser parser;
     const Options options;

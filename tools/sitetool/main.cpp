@@ -1,3 +1,4 @@
+#include "platform/basics/Utf8Locale.h"
 #include "tools/console/Console.h"
 #include "tools/sitetool/Check.h"
 #include "tools/sitetool/Import.h"
@@ -56,6 +57,7 @@ QString mistakeIn(const QStringList &arguments, const Command *command)
 
 int main(int argc, char *argv[])
 {
+    chooseUtf8Locale();
     QCoreApplication application(argc, argv);
     QCommandLineParser parser;
     parser.setApplicationDescription(QString::fromLatin1(Description));

@@ -1,4 +1,5 @@
 #include "platform/basics/Failure.h"
+#include "platform/basics/Utf8Locale.h"
 #include "tools/console/Console.h"
 #include "tools/console/EndRequests.h"
 #include "tools/virtual-reader/ReaderProtocol.h"
@@ -138,6 +139,7 @@ private:
 
 int main(int argc, char *argv[])
 {
+    chooseUtf8Locale();
     QCoreApplication application(argc, argv);
     QCommandLineParser parser;
     parser.setApplicationDescription(QString::fromLatin1(Description));

@@ -1,0 +1,14 @@
+#include "platform/basics/Utf8Locale.h"
+
+#include <QByteArray>
+#include <QtGlobal>
+
+#include <clocale>
+#include <cstring>
+
+void chooseUtf8Locale()
+{
+    const char *locale = std::setlocale(LC_CTYPE, ""); // null where it is not installed
+    if (locale && std::strcmp(locale, "C") == 0)
+        qputenv(qEnvironmentVariableIsEmpty("LC_ALL") ? "LC_CTYPE" : "LC_ALL", "C.UTF-8");
+}
