@@ -30,6 +30,7 @@ int Main(int argc, char *argv[])
     QApplication application(argc, argv);
     QApplication::setApplicationName(ApplicationTitle);
     QApplication::setApplicationVersion(QStringLiteral(TAVREL_VERSION_TEXT));
+    QApplication::setDesktopFileName(QStringLiteral("tavrel"));
     QApplication::setQuitOnLastWindowClosed(false);
     de().conOV.ConnectionString(connectionString(App::Path()));
 
