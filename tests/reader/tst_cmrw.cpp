@@ -98,7 +98,7 @@ private Q_SLOTS:
                 t.comm.received = before ? "<\3" : "?\3";
                 QCOMPARE(t.read(), 0);
                 qsizetype sent = 0;
-                t.host.onEvents = [&](int) {
+                t.host.onEvents = [&] {
                     t.comm.received += bytes.mid(sent, batch);
                     sent += batch;
                 };
@@ -145,17 +145,19 @@ private Q_SLOTS:
         QCOMPARE(t.host.ticks, 201U); // 200 ms are not yet more than 200
 
         // Bytes that trickle in never time out.
-        t.host.onEvents = [&](int pass) {
-            t.comm.received = pass % 4 ? "" : pass < 90 ? "\2" : "\3";
+        t.host.ticks = 0;
+        t.host.onEvents = [&] {
+            t.comm.received = t.host.ticks % 200 ? "" : t.host.ticks < 4500 ? "\2" : "\3";
         };
         QCOMPARE(t.read(), 0);
+        QCOMPARE(t.host.ticks, 4600U);
 
         // Where the tick count jumps back, time is counted from the jump.
         t.host.onEvents = {};
-        t.host.ticks = std::numeric_limits<std::int32_t>::max() - 60;
-        t.host.passes = 0;
+        t.host.ticks = std::numeric_limits<std::int32_t>::max() - 60U;
+        const std::uint32_t jump = t.host.ticks + 2 * t.host.ticksPerPass;
         QCOMPARE(t.read(), -4);
-        QCOMPARE(t.host.passes, 2 + 5);
+        QCOMPARE(t.host.ticks, jump + 201);
     }
 
     void cancel()
@@ -164,15 +166,13 @@ private Q_SLOTS:
             for (const QByteArray tooLate : {"", "\2;1<\3"}) {
                 ReaderBench t;
                 t.driver.Cancel(); // without effect before the read
-                t.host.onEvents = [&](int pass) {
-                    if (pass == 500) {
-                        t.driver.Cancel();
-                        t.comm.received = tooLate;
-                        t.host.ticks += 20000; // and so is the time-out
-                    }
+                t.host.script[5000] = [&] {
+                    t.driver.Cancel();
+                    t.comm.received = tooLate;
+                    t.host.ticks += 20000; // and so is the time-out
                 };
                 QCOMPARE(t.read(timeout), -9);
-                QCOMPARE(t.host.passes, 500);
+                QCOMPARE(t.host.ticks, 25000U);
                 QCOMPARE(t.tracks[1], QStringLiteral("b"));
                 QCOMPARE(t.driver.ReadTrackDataType(), tooLate.isEmpty() ? 0 : 1);
             }
@@ -182,7 +182,7 @@ private Q_SLOTS:
     void a_read_inside_a_read_does_nothing()
     {
         ReaderBench t;
-        t.host.onEvents = [&](int) {
+        t.host.onEvents = [&] {
             t.comm.received = "\2;1?\3";
             QCOMPARE(t.read(), 0);
             QCOMPARE(t.tracks[1], QStringLiteral("b"));
@@ -196,7 +196,7 @@ private Q_SLOTS:
         ReaderBench t;
         t.comm.open = false;
         QCOMPARE(t.read(), -3);
-        QCOMPARE(t.host.passes, 0);
+        QCOMPARE(t.host.ticks, 0U);
         t.comm.open = t.comm.broken = true;
         QCOMPARE(t.read(), 0);
         QCOMPARE(t.host.boxes, QStringList("Tavrel: broken"));
@@ -207,11 +207,9 @@ private Q_SLOTS:
     {
         ReaderBench t;
         t.comm.received = "\2;12";
-        t.host.onEvents = [&](int pass) {
-            if (pass == 1) {
-                t.driver.Disconnect();
-                t.driver.Connect();
-            }
+        t.host.script[10] = [&] {
+            t.driver.Disconnect();
+            t.driver.Connect();
         };
         QCOMPARE(t.read(), -4);
         QVERIFY(t.host.boxes.isEmpty());

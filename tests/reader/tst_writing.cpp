@@ -115,14 +115,10 @@ private Q_SLOTS:
         QFETCH(int, commanded);
         ReaderBench t;
         // It comes late and in pieces: the wait has no limit, and the answer half a second.
-        t.host.onEvents = [&](int pass) {
-            if (pass == 5000)
-                t.comm.received = answer.left(1);
-            if (pass == 5049)
-                t.comm.received = answer;
-        };
+        t.host.script[50000] = [&] { t.comm.received = answer.left(1); };
+        t.host.script[50500] = [&] { t.comm.received = answer; };
         QCOMPARE(t.write({"", "1", ""}), written == 1 ? 0 : written);
-        QCOMPARE(t.host.passes, 5000 + 51); // 500 ms are not yet more than 500
+        QCOMPARE(t.host.ticks, 50501U); // 500 ms are not yet more than 500
         QCOMPARE(t.host.boxes, QStringList(written == 1, OutOfRange));
         t.comm.received = Accepted;
         QCOMPARE(t.write({"", "2", ""}), 0);
@@ -143,18 +139,16 @@ private Q_SLOTS:
     {
         ReaderBench t;
         t.driver.Cancel(); // without effect before the write
-        t.host.onEvents = [&](int pass) {
-            if (pass == 100) {
-                t.driver.Cancel();
-                t.comm.received = Accepted; // too late, though in the same delivery
-            }
+        t.host.script[1000] = [&] {
+            t.driver.Cancel();
+            t.comm.received = Accepted; // too late, though in the same delivery
         };
         QCOMPARE(t.write({"", "1", ""}), -9);
-        QCOMPARE(t.host.passes, 100);
+        QCOMPARE(t.host.ticks, 1000U);
         QCOMPARE(t.comm.received, Accepted);
 
         // A write that is refused for its characters does not take back the Cancel of a read.
-        t.host.onEvents = [&](int) {
+        t.host.onEvents = [&] {
             t.driver.Cancel();
             QCOMPARE(t.write({"", "x", ""}), -7);
         };
@@ -162,21 +156,20 @@ private Q_SLOTS:
         QCOMPARE(t.read(), -9);
 
         t.comm.received = Accepted;
-        t.host.onEvents = [&](int) { t.driver.Cancel(); }; // too late, in the half second
+        t.host.onEvents = [&] { t.driver.Cancel(); }; // too late, in the half second
         QCOMPARE(t.write({"", "1", ""}), 0);
     }
 
     void a_write_inside_a_write_sends_nothing_and_a_read_takes_the_answer()
     {
         ReaderBench t;
-        t.host.onEvents = [&](int pass) {
-            if (pass == 1) {
-                QCOMPARE(t.write({"", "9", ""}), 0);
-                t.comm.received = "\2;5?\3";
-            } else if (pass == 2) {
-                QCOMPARE(t.read(), 0);
-                QCOMPARE(t.tracks[1], QStringLiteral("5"));
-            }
+        t.host.script[10] = [&] {
+            QCOMPARE(t.write({"", "9", ""}), 0);
+            t.comm.received = "\2;5?\3";
+        };
+        t.host.script[20] = [&] {
+            QCOMPARE(t.read(), 0);
+            QCOMPARE(t.tracks[1], QStringLiteral("5"));
         };
         QCOMPARE(t.write({"", "1", ""}), 0);
         QCOMPARE(t.comm.sent, QByteArrayList{"\2;1?\3"});
@@ -200,7 +193,7 @@ private Q_SLOTS:
         QCOMPARE(setLine(t), 0);
 
         t.comm.open = true;
-        t.host.onEvents = [&](int) { t.comm.broken = true; }; // pulled out in the wait
+        t.host.onEvents = [&] { t.comm.broken = true; }; // pulled out in the wait
         QCOMPARE(t.write({"", "1", ""}), 0);
         QCOMPARE(t.host.boxes,
                  QStringList({"Tavrel: Overflow", "Tavrel: Overflow", "Tavrel: Type mismatch",
@@ -274,17 +267,13 @@ private Q_SLOTS:
         QFETCH(int, result);
         for (const bool isDownload : {true, false}) {
             ReaderBench t;
-            // A poll is 11 passes that take 101 ms, and one behind it that takes no time.
-            t.host.onEvents = [&](int pass) {
-                if (pass == poll * 12 - 1)
-                    t.comm.received = "\2\6+read by me\3";
-                t.driver.Cancel();
-            };
+            if (poll > 0) // it comes after 101 ms
+                t.host.script[poll * 101U] = [&] { t.comm.received = "\2\6+read by me\3"; };
+            t.host.onEvents = [&] { t.driver.Cancel(); }; // without effect
             QByteArray answer("before");
             QCOMPARE(isDownload ? t.driver.DownloadCommand(answer) : setLine(t), result);
             const int last = isDownload ? 16 : 11;
             const bool isMet = poll > 0 && poll <= last;
-            QCOMPARE(t.host.passes, isMet ? poll * 12 - 1 + 51 : last * 12);
             QCOMPARE(t.host.ticks, isMet ? poll * 101U + 501U : last * 101U);
             QCOMPARE(t.comm.received.isEmpty(), result == 0 || !isMet);
             QCOMPARE(answer, isDownload && result == 0 ? "\2\6+read by me\3" : "before");

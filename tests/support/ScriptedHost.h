@@ -2,8 +2,10 @@
 
 #include "tests/support/RecordingHost.h"
 
+#include <map>
+
 /// A machine where time passes only while a caller waits for events: by ticksPerPass milliseconds,
-/// or less where the caller may not be kept so long.
+/// or less where the caller may not be kept so long or something is to happen before.
 class ScriptedHost : public RecordingHost<Host>
 {
 public:
@@ -14,9 +16,15 @@ public:
         if (passes == MostPasses)
             qFatal("a wait without end");
         ticks += std::min(ticksPerPass, static_cast<std::uint32_t>(longestWait));
+        if (!script.empty() && script.begin()->first <= ticks) {
+            const auto event = script.extract(script.begin());
+            ticks = event.key();
+            event.mapped()();
+        }
         countPass();
     }
 
     std::uint32_t ticks = 0;
     std::uint32_t ticksPerPass = 10;
+    std::map<std::uint32_t, std::function<void()>> script; ///< what happens at which tick
 };
