@@ -21,6 +21,13 @@ template <typename Action> void asOrdinaryUser(const Action &action)
         qFatal("cannot be root again");
 }
 
+/// Where the folders of a test lie. Root's own folder of temporary files may be closed to the user
+/// that asOrdinaryUser makes of it.
+inline QString temporaryFolder()
+{
+    return (geteuid() == 0 ? QStringLiteral("/tmp") : QDir::tempPath()) + "/tst-XXXXXX";
+}
+
 /// A home of the test's own, so that no user's settings are read or written.
 class TemporaryHome
 {
@@ -62,5 +69,5 @@ public:
     }
 
 private:
-    QTemporaryDir m_folder;
+    QTemporaryDir m_folder{temporaryFolder()};
 };

@@ -41,5 +41,5 @@ public:
     }
 
 private:
-    QTemporaryDir m_folder;
+    QTemporaryDir m_folder{temporaryFolder()};
 };
