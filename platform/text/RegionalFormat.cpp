@@ -2,10 +2,12 @@
 
 #include "platform/basics/Failure.h"
 
+#include <QHash>
 #include <QRegularExpression>
 #include <QStringList>
 
-#include <array>
+#include <algorithm>
+#include <optional>
 
 namespace
 {
@@ -15,8 +17,8 @@ constexpr qint64 DayZero = 2415019; // 30 December 1899, as a Julian day
 
 const QString PlainTime = QStringLiteral("HH:mm:ss");
 
-/// The pattern of the user's long time, in the toolkit's letters, without the zone; HH:mm:ss for
-/// a format with other letters.
+/// The pattern of the user's long time, in Qt's letters, without the zone; HH:mm:ss for a
+/// format with other letters.
 QString longTimePattern(const QLocale &locale)
 {
     static const QString KnownLetters = QStringLiteral("hHmsaApP");
@@ -28,7 +30,7 @@ QString longTimePattern(const QLocale &locale)
             quoted = !quoted;
         if (!quoted && letter == u't')
             continue;
-        // A few formats have letters that the toolkit would show as they are.
+        // A few formats have letters that Qt would show as they are.
         if (!quoted && letter.unicode() < 0x80 && letter.isLetter() &&
             !KnownLetters.contains(letter))
             return PlainTime;
@@ -37,20 +39,11 @@ QString longTimePattern(const QLocale &locale)
     return withoutZone.remove(QStringLiteral("()")).remove(QStringLiteral("[]")).simplified();
 }
 
-QStringList timePatterns(const QLocale &locale)
-{
-    return {longTimePattern(locale),      locale.timeFormat(QLocale::ShortFormat),
-            QStringLiteral("H:mm:ss"),    QStringLiteral("H:mm"),
-            QStringLiteral("h:mm:ss AP"), QStringLiteral("h:mm AP")};
-}
-
 QStringList datePatterns(const QLocale &locale)
 {
     return {locale.dateFormat(QLocale::ShortFormat), locale.dateFormat(QLocale::LongFormat),
             QStringLiteral("yyyy-MM-dd")};
 }
-
-enum class DayHalf { Whole, Morning, Afternoon };
 
 /// Invalid when there is no such time; the hours of a half go from 1 to 12.
 QTime timeOfNumbers(int hour, int minute, int second, DayHalf half)
@@ -62,117 +55,123 @@ QTime timeOfNumbers(int hour, int minute, int second, DayHalf half)
     return QTime(hour % 12 + (half == DayHalf::Morning ? 0 : 12), minute, second);
 }
 
-/// The value of digits of any script.
-int numberOf(const QString &digits)
+/// How many hours, minutes or seconds there are.
+int countOf(int part)
 {
-    int number = 0;
-    for (const QChar digit : digits)
-        number = number * 10 + digit.digitValue();
-    return number;
+    return part == TimePart::Hours ? 24 : 60;
 }
 
-/// Reads a time along a pattern in the toolkit's letters. (The toolkit's own parser, in 6.4, reads
-/// past the text's end where a mark for AM or PM stands before it.)
-class TimeReader
+const QRegularExpression &digits()
 {
-public:
-    TimeReader(const QString &text, const QLocale &locale) : m_text(text), m_locale(locale) {}
+    static const QRegularExpression expression(QStringLiteral("\\d+"),
+                                               QRegularExpression::UseUnicodePropertiesOption);
+    return expression;
+}
 
-    /// The time that the whole text stands for; invalid when it does not follow `pattern`.
-    QTime read(const QString &pattern)
-    {
-        m_position = 0;
-        m_numbers = {};
-        m_half = DayHalf::Whole;
-        m_parts.clear();
-        bool quoted = false;
-        for (qsizetype i = 0; i < pattern.size();) {
-            qsizetype length = 1;
-            if (pattern[i] == u'\'') {
-                quoted = !quoted;
-            } else {
-                while (i + length < pattern.size() && pattern[i + length] == pattern[i])
-                    ++length;
-                if (!quoted && pattern.mid(i, 2).toUpper() == u"AP")
-                    length = 2;
-                if (!readPart(pattern.mid(i, length), quoted))
-                    return {};
-            }
-            i += length;
+/// The letters of a text alone, for comparing: "p. m." is "pm".
+QString lettersOf(const QString &text)
+{
+    static const QRegularExpression others(QStringLiteral("[\\p{Z}\\p{P}\\p{S}\\p{C}]"));
+    return QString(text).remove(others).toCaseFolded();
+}
+
+/// The letters before, between and after the numbers of a time in the user's long format.
+QStringList wordsAround(const QTime &time, const QLocale &locale)
+{
+    QStringList words = locale.toString(time, longTimePattern(locale)).split(digits());
+    std::ranges::transform(words, words.begin(), lettersOf);
+    return words;
+}
+
+/// What a word of a time says: a half of the day, or Whole when it only parts two numbers. Nothing
+/// for any other word.
+using Meaning = std::optional<DayHalf>;
+
+using Words = QHash<QString, Meaning>;
+
+/// The words that the long formats of all locales put around the numbers.
+Words wordsOfAllLocales()
+{
+    // Chinese has more parts of the day than the two that QLocale knows.
+    Words words{{QStringLiteral("凌晨"), DayHalf::Morning},
+                {QStringLiteral("清晨"), DayHalf::Morning},
+                {QStringLiteral("早上"), DayHalf::Morning},
+                {QStringLiteral("中午"), DayHalf::Afternoon},
+                {QStringLiteral("晚上"), DayHalf::Afternoon}};
+    // A word with two meanings has none.
+    const auto add = [&words](const QString &word, DayHalf half) {
+        const auto known = words.constFind(word);
+        words[word] = known == words.cend() || *known == half ? Meaning(half) : std::nullopt;
+    };
+    for (const QLocale &locale :
+         QLocale::matchingLocales(QLocale::AnyLanguage, QLocale::AnyScript, QLocale::AnyCountry)) {
+        const QStringList morning = wordsAround(QTime(1, 0), locale);
+        const QStringList afternoon = wordsAround(QTime(13, 0), locale);
+        if (morning != afternoon) {
+            add(lettersOf(locale.amText()), DayHalf::Morning);
+            add(lettersOf(locale.pmText()), DayHalf::Afternoon);
         }
-        if (m_position < m_text.size())
-            return {};
-        return timeOfNumbers(m_numbers[TimePart::Hours], m_numbers[TimePart::Minutes],
-                             m_numbers[TimePart::Seconds], m_half);
-    }
-
-    /// Where the parts of the time stand that has been read.
-    const QList<TimePart> &parts() const { return m_parts; }
-
-private:
-    bool readPart(const QString &part, bool quoted)
-    {
-        static const QString KindLetters = QStringLiteral("hmsa"); // in the order of the kinds
-        const qsizetype letter = quoted ? -1 : KindLetters.indexOf(part[0].toLower());
-        if (letter < 0)
-            return readWord(part);
-        const auto kind = static_cast<TimePart::Kind>(letter);
-        const qsizetype start = m_position;
-        if (!(kind == TimePart::HalfOfDay
-                  ? readMeridiem()
-                  : readNumber(kind == TimePart::Hours ? 1 : part.size(), m_numbers[kind])))
-            return false;
-        m_parts.append({kind, start, m_position - start});
-        return true;
-    }
-
-    /// One or two digits, of any script.
-    bool readNumber(qsizetype fewestDigits, int &number)
-    {
-        const qsizetype start = m_position;
-        while (m_position < start + 2 && m_position < m_text.size() &&
-               m_text[m_position].digitValue() >= 0)
-            ++m_position;
-        number = numberOf(m_text.mid(start, m_position - start));
-        return m_position - start >= fewestDigits;
-    }
-
-    bool readWord(const QString &word)
-    {
-        if (m_text.mid(m_position, word.size()).compare(word, Qt::CaseInsensitive) != 0)
-            return false;
-        m_position += word.size();
-        return true;
-    }
-
-    bool readMeridiem()
-    {
-        if (readWord(m_locale.amText()) || readWord(QStringLiteral("AM")))
-            m_half = DayHalf::Morning;
-        else if (readWord(m_locale.pmText()) || readWord(QStringLiteral("PM")))
-            m_half = DayHalf::Afternoon;
-        return m_half != DayHalf::Whole;
-    }
-
-    const QString &m_text;
-    const QLocale &m_locale;
-    qsizetype m_position = 0;
-    std::array<int, 3> m_numbers{}; ///< hours, minutes and seconds
-    DayHalf m_half = DayHalf::Whole;
-    QList<TimePart> m_parts;
-};
-
-QTime parseTime(const QString &text, const QLocale &locale, QList<TimePart> *parts = nullptr)
-{
-    TimeReader reader(text, locale);
-    for (const QString &pattern : timePatterns(locale)) {
-        if (const QTime time = reader.read(pattern); time.isValid()) {
-            if (parts)
-                *parts = reader.parts();
-            return time;
+        for (qsizetype i = 0; i < morning.size(); ++i) {
+            const bool shared = morning[i] == afternoon[i];
+            add(morning[i], shared ? DayHalf::Whole : DayHalf::Morning);
+            add(afternoon[i], shared ? DayHalf::Whole : DayHalf::Afternoon);
         }
     }
-    return {};
+    return words;
+}
+
+/// What `letters` mean before the first number of a time or after the n-th. The user's own words
+/// count first, also while they are being typed, then AM and PM, then those of the other locales.
+Meaning meaningOf(const QString &letters, int place, const QLocale &locale)
+{
+    const QString word = wordsAround(QTime(1, 0), locale).value(place);
+    if (word.startsWith(letters) && word == wordsAround(QTime(13, 0), locale).value(place))
+        return DayHalf::Whole;
+    if (letters == lettersOf(locale.amText()))
+        return DayHalf::Morning;
+    if (letters == lettersOf(locale.pmText()))
+        return DayHalf::Afternoon;
+    if (letters == u"a" || letters == u"am")
+        return DayHalf::Morning;
+    if (letters == u"p" || letters == u"pm")
+        return DayHalf::Afternoon;
+    static const Words others = wordsOfAllLocales();
+    return others.value(letters);
+}
+
+/// The half that the last telling letter chooses: A, P and those by which the user's marks differ.
+DayHalf halfByLetter(const QString &letters, const QLocale &locale)
+{
+    const QString morning = lettersOf(locale.amText());
+    const QString afternoon = lettersOf(locale.pmText());
+    DayHalf half = DayHalf::Whole;
+    for (const QChar letter : letters) {
+        const bool inMorning = morning.contains(letter);
+        if (inMorning != afternoon.contains(letter))
+            half = inMorning ? DayHalf::Morning : DayHalf::Afternoon;
+        else if (letter == u'a' || letter == u'p')
+            half = letter == u'a' ? DayHalf::Morning : DayHalf::Afternoon;
+    }
+    return half;
+}
+
+/// The numbers that a run of digits makes from the given part of the time on; `marked` when a half
+/// of the day is chosen, too. Two digits make one number where they can.
+QList<TimeReading::Number> numbersOf(const QList<uint> &run, int part, bool marked)
+{
+    QList<TimeReading::Number> numbers;
+    for (qsizetype i = 0; i < run.size(); ++part) {
+        const int tens = QChar::digitValue(run[i]) * 10;
+        const int number = i + 1 < run.size() ? tens + QChar::digitValue(run[i + 1]) : tens;
+        // Three or five digits begin with an hour of one digit where two would be none: "730",
+        // "240", and "130 PM" though not "130".
+        const bool oddHour = part == TimePart::Hours && (run.size() == 3 || run.size() == 5) &&
+                             (marked || number >= countOf(part));
+        const bool single = i + 1 == run.size() || tens >= countOf(part) || oddHour;
+        numbers.append(single ? TimeReading::Number{tens / 10, 1} : TimeReading::Number{number, 2});
+        i += single ? 1 : 2;
+    }
+    return numbers;
 }
 
 QDate parseDate(const QString &text, const QLocale &locale)
@@ -182,6 +181,14 @@ QDate parseDate(const QString &text, const QLocale &locale)
             return date;
     }
     return {};
+}
+
+/// A time alone; digits alone are none.
+QTime parseTime(const QString &text, const QLocale &locale)
+{
+    static const QRegularExpression number(QStringLiteral("^\\d+$"),
+                                           QRegularExpression::UseUnicodePropertiesOption);
+    return number.match(text).hasMatch() ? QTime() : readTime(text, locale).time;
 }
 
 } // namespace
@@ -194,8 +201,11 @@ double timeOfDay(const QTime &time)
 DateAndTime parseDateAndTime(const QString &text, const QLocale &locale)
 {
     const QString trimmed = text.trimmed();
-    if (const QTime time = parseTime(trimmed, locale); time.isValid())
-        return {QDate(), time};
+    // A locale's time may look like another's date, as 10.12.05 does, but for these two characters.
+    const bool maybeDate = trimmed.contains(u'/') || trimmed.contains(u'-');
+    const QTime whole = parseTime(trimmed, locale);
+    if (whole.isValid() && !maybeDate)
+        return {QDate(), whole};
     if (const QDate date = parseDate(trimmed, locale); date.isValid())
         return {date, QTime(0, 0)};
 
@@ -207,6 +217,8 @@ DateAndTime parseDateAndTime(const QString &text, const QLocale &locale)
         if (date.isValid() && time.isValid())
             return {date, time};
     }
+    if (whole.isValid())
+        return {QDate(), whole};
     throw Failure(Failure::TypeMismatch);
 }
 
@@ -236,38 +248,78 @@ QString formatDateTime(const QDateTime &dateTime, const QLocale &locale)
 QString formatTimeOfDay(const QTime &time, const QLocale &locale)
 {
     const QString regional = locale.toString(time, longTimePattern(locale));
-    return parseTime(regional.trimmed(), locale) == time ? regional : time.toString(PlainTime);
+    return parseTime(regional, locale) == time ? regional : time.toString(PlainTime);
 }
 
 QList<TimePart> partsOfTime(const QString &text, const QLocale &locale)
 {
     QList<TimePart> parts;
-    parseTime(text, locale, &parts);
+    auto found = digits().globalMatch(text);
+    for (const auto kind : {TimePart::Hours, TimePart::Minutes, TimePart::Seconds}) {
+        if (!found.hasNext())
+            return {};
+        const auto number = found.next();
+        parts.append({kind, number.capturedStart(), number.capturedLength()});
+    }
+    for (const QString &mark : {locale.amText(), locale.pmText()}) {
+        const qsizetype start = text.indexOf(mark, 0, Qt::CaseInsensitive);
+        if (start >= 0 && !mark.isEmpty()) {
+            parts.append({TimePart::HalfOfDay, start, mark.size()});
+            break;
+        }
+    }
+    std::ranges::sort(parts, {}, &TimePart::start);
     return parts;
 }
 
-QTime readNumbersAsTime(const QString &text, const QLocale &locale)
+TimeReading readTime(const QString &text, const QLocale &locale, TimePart::Kind first)
 {
-    if (const QTime time = parseTime(text.trimmed(), locale); time.isValid())
-        return time;
+    static const QRegularExpression separators(QStringLiteral("[\\s\\p{Z}\\p{P}\\p{S}]"));
+    static const QRegularExpression opening(QStringLiteral("^[\\s\\p{Z}]*[\\p{P}\\p{S}]"));
 
-    // Anything but AM or PM may part two numbers; with nothing between them, the later one has two
-    // digits.
-    constexpr auto Options =
-        QRegularExpression::CaseInsensitiveOption | QRegularExpression::UseUnicodePropertiesOption;
-    static const QRegularExpression gaps(QStringLiteral(R"([^\p{L}\p{N}]+)"));
-    static const QRegularExpression form(
-        QStringLiteral(R"(^(\d{1,2})(?:NEXT(?:NEXT)?)? ?(?:([ap]) ?m?)?$)")
-            .replace(QStringLiteral("NEXT"),
-                     QStringLiteral(R"((?|(?:(?![ap] ?m)\P{N})+(\d{1,2})|(\d\d)))")),
-        Options);
-    const auto match = form.match(QString(text).replace(gaps, QStringLiteral(" ")).trimmed());
-    if (!match.hasMatch())
-        return {};
-    const QString mark = match.captured(4).toUpper();
-    return timeOfNumbers(numberOf(match.captured(1)), numberOf(match.captured(2)),
-                         numberOf(match.captured(3)),
-                         mark.isEmpty() ? DayHalf::Whole
-                         : mark == u"A" ? DayHalf::Morning
-                                        : DayHalf::Afternoon);
+    TimeReading read;
+    auto found = digits().globalMatch(text);
+    bool isTime = found.hasNext() && !text.contains(opening);
+    QList<QList<uint>> runs; // of digits with nothing between them that parts them
+    bool parted = false;
+    qsizetype end = 0; // of the last run
+    for (int place = first; end >= 0; ++place) {
+        const auto run = found.hasNext() ? found.next() : QRegularExpressionMatch();
+        const qsizetype start = run.hasMatch() ? run.capturedStart() : text.size();
+        const QString gap = text.mid(end, start - end);
+        const QString letters = lettersOf(gap);
+        parted = gap.contains(separators);
+        if (!letters.isEmpty()) {
+            const Meaning meaning = meaningOf(letters, std::max(place, first + 1), locale);
+            const DayHalf half = meaning.value_or(halfByLetter(letters, locale));
+            const bool isMark = half != DayHalf::Whole;
+            const bool outside = end == 0 || !run.hasMatch();
+            isTime = isTime && meaning && (!isMark || (outside && read.half == DayHalf::Whole));
+            parted = parted || meaning || isMark;
+            if (isMark)
+                read.half = half;
+        }
+        if (run.hasMatch()) {
+            if (parted || runs.isEmpty())
+                runs.emplace_back();
+            runs.last() += run.captured().toUcs4();
+        }
+        end = run.capturedEnd();
+    }
+
+    for (const QList<uint> &run : runs) {
+        const qsizetype firstOfRun = read.numbers.size();
+        const int part = first + static_cast<int>(firstOfRun);
+        read.numbers += numbersOf(run, part, read.half != DayHalf::Whole);
+        for (qsizetype i = firstOfRun; i < read.numbers.size(); ++i) {
+            const auto [value, digitCount] = read.numbers[i];
+            const int count = countOf(static_cast<int>(first + i));
+            isTime = isTime && value < count && (i == firstOfRun || digitCount == 2);
+            read.ended = parted || digitCount == 2 || value * 10 >= count;
+        }
+    }
+    if (isTime && read.numbers.size() <= 3)
+        read.time = timeOfNumbers(read.numbers[0].value, read.numbers.value(1).value,
+                                  read.numbers.value(2).value, read.half);
+    return read;
 }

@@ -340,7 +340,7 @@ void DTPicker::paste(const QString &text)
 {
     if (isReadOnly())
         return;
-    if (const QTime time = readNumbersAsTime(text, locale()); time.isValid())
+    if (const QTime time = readTime(text, locale()).time; time.isValid())
         setTime(time);
     choose(m_current);
 }

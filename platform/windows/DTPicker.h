@@ -23,7 +23,7 @@
 /// - Delete, Backspace and Cut make the group 00 (the hours of a 12-hour format 12, in their half),
 ///   or all of it midnight when all is selected. Right after a group has passed on, Backspace goes
 ///   back to it.
-/// - What is pasted or dropped replaces all, as readNumbersAsTime reads it; when it gives no time
+/// - What is pasted or dropped replaces all, as readTime reads it; when it gives no time
 ///   it is not taken.
 /// - Enter, Esc and Tab are left to the window.
 ///
