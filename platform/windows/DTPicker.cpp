@@ -31,10 +31,21 @@ struct Unit {
     {
         return time.msecsSinceStartOfDay() / 1000 / seconds % count;
     }
+
+    /// The same time with another number of these units.
+    QTime set(const QTime &time, int number) const
+    {
+        return time.addSecs((number - numberIn(time)) * seconds);
+    }
 };
 
 /// In the order of TimePart::Kind.
 constexpr std::array Units{Unit{3600, 24}, Unit{60, 60}, Unit{1, 60}, Unit{HoursOfHalf * 3600, 2}};
+
+bool isMark(char32_t character)
+{
+    return QChar::isPunct(character) || QChar::isSymbol(character);
+}
 
 } // namespace
 
@@ -55,6 +66,7 @@ void DTPicker::Value(const QString &text)
     if (date.isValid() && (date < MinDate || date > MaxDate))
         throw Failure(Failure::TypeMismatch);
     setTime(time);
+    choose(m_current);
 }
 
 void DTPicker::stepBy(int steps)
@@ -148,7 +160,8 @@ void DTPicker::keyPressEvent(QKeyEvent *event)
         choose(key == Qt::Key_Home ? 0 : m_groups.size() - 1);
     } else if (key == Qt::Key_Return || key == Qt::Key_Enter) {
         event->ignore();
-    } else if (!text.isEmpty() && text[0].isPrint() && !(event->modifiers() & Commands)) {
+    } else if (!text.isEmpty() && QChar::isPrint(text.toUcs4()[0]) &&
+               !(event->modifiers() & Commands)) {
         type(text);
     } else {
         QAbstractSpinBox::keyPressEvent(event);
@@ -227,11 +240,11 @@ qsizetype DTPicker::groupAt(int position) const
     return std::max<qsizetype>(behind - m_groups.begin() - 1, 0);
 }
 
-/// Makes the group current, as one not yet typed at; the nearest one when there is no such group.
+/// Makes the group current, with nothing typed; the nearest one when there is no such group.
 void DTPicker::choose(qsizetype group)
 {
     m_current = std::clamp<qsizetype>(group, 0, m_groups.size() - 1);
-    m_firstDigit.reset();
+    m_typed.clear();
     m_passedOn = false;
     select();
 }
@@ -240,13 +253,6 @@ void DTPicker::chooseAll()
 {
     choose(group(TimePart::Hours));
     lineEdit()->selectAll();
-}
-
-void DTPicker::passOn()
-{
-    const qsizetype filled = m_current;
-    choose(filled + 1);
-    m_passedOn = m_current != filled;
 }
 
 void DTPicker::select()
@@ -259,70 +265,65 @@ void DTPicker::type(const QString &text)
 {
     if (isReadOnly())
         return;
-    for (const QChar character : text) {
-        if (isSeparator(character))
-            choose(m_passedOn ? m_current : m_current + 1);
-        else if (m_groups[m_current].kind == TimePart::HalfOfDay)
-            typeMark(character);
-        else if (character.isDigit())
-            typeDigit(character.digitValue());
+    for (const char32_t character : text.toUcs4()) {
+        if (!m_typed.isEmpty()) {
+            m_typed += QString::fromUcs4(&character, 1);
+            readTyped();
+        } else if (isMark(character)) {
+            choose(m_current + 1);
+        } else if (!QChar::isSpace(character)) {
+            m_typedFrom = m_current;
+            m_typedOver = m_value;
+            m_typedOverAll = allSelected();
+            m_typed = QString::fromUcs4(&character, 1);
+            readTyped();
+        }
     }
 }
 
-void DTPicker::typeDigit(int digit)
+/// Shows what has been typed, put into the time over which it is typed.
+void DTPicker::readTyped()
 {
-    const int count = Units[m_groups[m_current].kind].count;
-    const int number = m_firstDigit.value_or(0) * 10 + digit;
-    if (number >= count)
+    const qsizetype lastGroup = m_groups.size() - 1;
+    const bool overMark = m_groups[m_typedFrom].kind == TimePart::HalfOfDay;
+    const qsizetype first = std::min(m_typedFrom + overMark, lastGroup);
+    const TimeReading typed = readTime(m_typed, locale(), m_groups[first].kind);
+    const qsizetype count = typed.numbers.size();
+    if (count == 0 && typed.half == DayHalf::Whole)
         return;
-    const bool full = m_firstDigit || number * 10 >= count;
-    setCurrent(full && number == 0 ? 0 : inHalf(number));
-    if (full) {
-        passOn();
-    } else {
-        m_firstDigit = digit;
-        m_passedOn = false;
+
+    const bool fromMidnight = m_typedOverAll && count > 0;
+    QTime time = fromMidnight ? QTime(0, 0) : m_typedOver;
+    for (qsizetype i = 0; i < count; ++i) {
+        const auto [number, digits] = typed.numbers[i];
+        const auto kind = m_groups[std::min(first + i, lastGroup)].kind;
+        const bool ofHalf = kind == TimePart::Hours && !fromMidnight && (number > 0 || digits == 1);
+        if (kind != TimePart::HalfOfDay && number < Units[kind].count)
+            time = Units[kind].set(time, ofHalf ? inHalf(number, time) : number);
     }
+    if (typed.half != DayHalf::Whole)
+        time = Units[TimePart::HalfOfDay].set(time, typed.half == DayHalf::Afternoon);
+    setTime(time);
+
+    const qsizetype filled = count > 0 ? std::min(first + count - 1, lastGroup) : m_typedFrom;
+    m_current = count > 0 ? std::min(filled + typed.ended, lastGroup) : first;
+    m_passedOn = m_current != filled && m_typed.back().isLetterOrNumber();
+    select();
 }
 
-void DTPicker::typeMark(QChar letter)
+/// The hour that `number` stands for: in a 12-hour format 1 to 12, and 0, are hours of the half in
+/// which `time` lies.
+int DTPicker::inHalf(int number, const QTime &time) const
 {
-    const bool inMorning = locale().amText().contains(letter, Qt::CaseInsensitive);
-    const bool inAfternoon = locale().pmText().contains(letter, Qt::CaseInsensitive);
-    const QChar english = letter.toUpper();
-    if (inMorning == inAfternoon && english != u'A' && english != u'P')
-        return;
-    setCurrent(inMorning == inAfternoon ? english == u'P' : inAfternoon);
-    passOn();
-}
-
-/// Whether the character parts the current group from the next one.
-bool DTPicker::isSeparator(QChar character) const
-{
-    const auto [kind, start, length] = m_groups[m_current];
-    const bool last = m_current + 1 == m_groups.size();
-    const qsizetype next = last ? m_text.size() : m_groups[m_current + 1].start;
-    const QString between = m_text.mid(start + length, next - start - length);
-    return character.isSpace() || character.isPunct() || character.isSymbol() ||
-           between.contains(character, Qt::CaseInsensitive);
-}
-
-/// What the current group stands for when it shows `number`: in a 12-hour format the hours up to
-/// 12 are those of the half that is shown.
-int DTPicker::inHalf(int number) const
-{
-    const bool hours = m_groups[m_current].kind == TimePart::Hours;
-    if (!hours || group(TimePart::HalfOfDay) == m_groups.size() || number > HoursOfHalf)
+    if (group(TimePart::HalfOfDay) == m_groups.size() || number > HoursOfHalf)
         return number;
-    return number % HoursOfHalf + (m_value.hour() < HoursOfHalf ? 0 : HoursOfHalf);
+    return number % HoursOfHalf + (time.hour() < HoursOfHalf ? 0 : HoursOfHalf);
 }
 
 /// Sets the number that the current group stands for, hours as 0 to 23, and nothing else.
 void DTPicker::setCurrent(int number)
 {
-    const Unit &unit = Units[m_groups[m_current].kind];
-    setTime(m_value.addSecs((number - unit.numberIn(m_value)) * unit.seconds));
-    select();
+    setTime(Units[m_groups[m_current].kind].set(m_value, number));
 }
 
 void DTPicker::erase()
@@ -331,8 +332,10 @@ void DTPicker::erase()
         return;
     if (allSelected())
         setTime(QTime(0, 0));
+    else if (m_groups[m_current].kind == TimePart::Hours)
+        setCurrent(inHalf(0, m_value));
     else if (m_groups[m_current].kind != TimePart::HalfOfDay)
-        setCurrent(inHalf(0));
+        setCurrent(0);
     choose(m_current);
 }
 

@@ -4,30 +4,31 @@
 
 #include <QAbstractSpinBox>
 
-#include <optional>
-
 /// A picker of a time of day, in the user's long format (as HH:mm:ss where that is too wide). It
 /// always shows a time, and what it shows is its value.
 ///
 /// The hours, minutes, seconds and, in a 12-hour format, the half of the day are groups. One of
 /// them is current; it is selected, and keys, wheel and spin buttons act on it:
-/// - Digits, of any script, replace the group; it passes on to the next group when it is full or
-///   no second digit can follow. A digit that would make it too large is not taken. In a 12-hour
-///   format 1 to 12 stay in their half, 13 to 23 are hours of the afternoon and 00 is midnight.
-/// - A separator, or a letter that stands behind the group, steps to the next group, unless the
-///   last digit has just passed on to it. Other letters are not taken.
-/// - A, P and the letters by which the format's own marks differ choose the half of the day.
+/// - What is typed, from the current group on, is read by readTime and replaces the groups that it
+///   gives; with all selected it begins at midnight, and gives what the same text gives when it is
+///   pasted. Digits pass on to the next group when theirs is full or no second digit can follow.
+///   Hours that do not exist leave the group as it was. In a 12-hour format 1 to 12 stay in their
+///   half, unless all was selected, 13 to 23 are hours of the afternoon and 00 is midnight.
+/// - A separator, of any length, steps to the next group, unless the digits before it have just
+///   passed on to it.
+/// - A, P and the letters by which the format's own marks differ choose the half of the day, from
+///   any group and in a 24-hour format, too. Letters without a meaning are not taken.
 /// - Left, Right, Home, End and a click choose the group; entering the field by a key chooses the
 ///   hours, which are also the group of a field not yet touched. The wheel chooses the group
 ///   under the pointer. Up, Down, the wheel and the spin buttons step the group, around its end.
 /// - Delete, Backspace and Cut make the group 00 (the hours of a 12-hour format 12, in their half),
 ///   or all of it midnight when all is selected. Right after a group has passed on, Backspace goes
 ///   back to it.
-/// - What is pasted or dropped replaces all, as readTime reads it; when it gives no time
-///   it is not taken.
+/// - What is pasted or dropped replaces all, as readTime reads it; when it gives no time it is not
+///   taken.
 /// - Enter, Esc and Tab are left to the window.
 ///
-/// The picker keeps the groups and the digit typed so far, and never reads its own text again.
+/// The picker keeps the groups and what has been typed, and never reads its own text again.
 /// QTimeEdit does, and in 6.4 loses digits typed after a click, reads "7:30" as 07:15:30 and takes
 /// a paste in its own format alone; so this is a field of its own.
 class DTPicker : public QAbstractSpinBox
@@ -71,22 +72,22 @@ private:
     qsizetype groupAt(int position) const;
     void choose(qsizetype group);
     void chooseAll();
-    void passOn();
     void select();
 
     void type(const QString &text);
-    void typeDigit(int digit);
-    void typeMark(QChar letter);
-    bool isSeparator(QChar character) const;
-    int inHalf(int number) const;
+    void readTyped();
+    int inHalf(int number, const QTime &time) const;
     void setCurrent(int number);
     void erase();
     void paste(const QString &text);
 
     QTime m_value{0, 0};
-    QString m_text;                  ///< the value as it is shown
-    QList<TimePart> m_groups;        ///< of m_text
-    qsizetype m_current = 0;         ///< an index of m_groups
-    std::optional<int> m_firstDigit; ///< of the current group, while a second one may follow
-    bool m_passedOn = false;         ///< the last key filled the group before the current one
+    QString m_text;              ///< the value as it is shown
+    QList<TimePart> m_groups;    ///< of m_text
+    qsizetype m_current = 0;     ///< an index of m_groups
+    bool m_passedOn = false;     ///< the last key filled the group before the current one
+    QString m_typed;             ///< what has been typed since a group was chosen
+    qsizetype m_typedFrom = 0;   ///< the group that was current then
+    QTime m_typedOver;           ///< the value then
+    bool m_typedOverAll = false; ///< all of it was selected then
 };
