@@ -4,7 +4,6 @@
 #include "app/settings/UserSettings.h"
 #include "platform/basics/Failure.h"
 #include "platform/text/Conversions.h"
-#include "platform/text/RegionalFormat.h"
 #include "platform/windows/Appearance.h"
 #include "platform/windows/Centring.h"
 #include "platform/windows/Form.h"
@@ -56,6 +55,12 @@ void showTime(DTPicker &picker, const UserSettings::Key &key)
     } catch (const Failure &) {
         picker.Value(QString::fromLatin1(key.fallback));
     }
+}
+
+/// The same in every regional format, for the next one may be another.
+QString storedTime(const DTPicker &picker)
+{
+    return picker.Value().toString(u"HH:mm:ss");
 }
 
 /// A transparent picture, made once.
@@ -226,8 +231,8 @@ void frmOptions::saveSettings()
     const auto checkValue =
         std::ranges::find(CheckStates, chkAutoSwitch->checkState()) - CheckStates.begin();
     UserSettings::write(UserSettings::AutoSwitch, QString::number(checkValue));
-    UserSettings::write(UserSettings::ClockIn, formatTimeOfDay(dtpClock(0)->Value()));
-    UserSettings::write(UserSettings::ClockOut, formatTimeOfDay(dtpClock(1)->Value()));
+    UserSettings::write(UserSettings::ClockIn, storedTime(*dtpClock(0)));
+    UserSettings::write(UserSettings::ClockOut, storedTime(*dtpClock(1)));
     UserSettings::write(UserSettings::Comport, QString::number(cboComport->currentIndex()));
     UserSettings::write(UserSettings::BaudRate, QString::number(cboBaudRate->currentIndex()));
     UserSettings::write(UserSettings::Format, QString::number(cboSettings->currentIndex()));

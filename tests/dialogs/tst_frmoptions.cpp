@@ -98,6 +98,7 @@ private Q_SLOTS:
         row("2 tracks", "2 tracks", "", QStringList(Defaults.mid(0, 6)) << "Track3");
         row("24 hours", "17:30:05", "06:00:00", times);
         row("12 hours", "5:30:05 PM", "6:00 am", times);
+        row("of Finnish and Japanese", "17.30.05", "6時00分00秒", times);
     }
     void loading()
     {
@@ -150,14 +151,14 @@ private Q_SLOTS:
         }
     }
 
-    void a_typed_time_is_saved_as_the_user_writes_it_though_disabled()
+    void a_typed_time_is_saved_for_every_format_though_disabled()
     {
         SaveSetting("Tavrel", "Punch", "AutoSwitch", "1");
         Dialog dialog;
-        QTest::keyClicks(dialog.find("dtpClock(0)"), "1730");
+        QTest::keyClicks(dialog.find("dtpClock(0)"), "5:30 PM");
         dialog.click("chkAutoSwitch");
         dialog.click("cmdCtrl(0)");
-        QCOMPARE(GetSetting("Tavrel", "Punch", "ClockIn", {}), formatTimeOfDay(QTime(17, 30)));
+        QCOMPARE(GetSetting("Tavrel", "Punch", "ClockIn", {}), "17:30:00");
         QCOMPARE(GetSetting("Tavrel", "Punch", "AutoSwitch", {}), "0");
     }
 
