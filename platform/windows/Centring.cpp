@@ -23,8 +23,7 @@ public:
     bool nativeEventFilter(const QByteArray &, void *, qintptr *) override
     {
         // The toolkit has yet to take the event in.
-        QMetaObject::invokeMethod(
-            this, [this] { centreInNewFrame(); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(this, &Centring::centreInNewFrame, Qt::QueuedConnection);
         return false;
     }
 
