@@ -271,7 +271,7 @@ void DTPicker::type(const QString &text)
             readTyped();
         } else if (isMark(character)) {
             choose(m_current + 1);
-        } else if (!QChar::isSpace(character)) {
+        } else {
             m_typedFrom = m_current;
             m_typedOver = m_value;
             m_typedOverAll = allSelected();

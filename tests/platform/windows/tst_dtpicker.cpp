@@ -159,6 +159,7 @@ private Q_SLOTS:
         row("ar_EG", "3", "م", "20:15:45");
         row("ko_KR", "0", "후9:30", "21:30:45"); // the half comes first
         row("ko_KR", "⇥", "930", "09:30:45");
+        row("ko_KR", "⇥", "1후5", "13:05:45");
         row("fr_CA", "0", "1h5", "01:05:45");
         row("fr_CA", "0", "1m5", "15:15:45");
         row("eo_001", "0", "21a5", "21:05:45"); // which parts it from the minutes
@@ -213,6 +214,7 @@ private Q_SLOTS:
         row(all, "12:30 PM", "12:30:00");
         row(all, "12:30 AM", "00:30:00");
         row(all, "12 a.m.", "00:00:00");
+        row(all, "12:30a", "00:30:00");
         row(all, "PM 9:30", "21:30:00");
         row(all, "오후 9:30", "21:30:00");
         row(all, "오후 9시 30분 5초", "21:30:05");
