@@ -13,6 +13,9 @@
 
 #include <cerrno>
 
+namespace Tavrel
+{
+
 namespace App
 {
 
@@ -40,3 +43,5 @@ InstanceLock::InstanceLock()
 }
 
 } // namespace App
+
+} // namespace Tavrel

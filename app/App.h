@@ -7,6 +7,9 @@
 
 #include <vector>
 
+namespace Tavrel
+{
+
 /// The program as the system knows it.
 namespace App
 {
@@ -41,3 +44,5 @@ private:
 };
 
 } // namespace App
+
+} // namespace Tavrel

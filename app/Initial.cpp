@@ -13,6 +13,11 @@
 #include <algorithm>
 #include <csignal>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 namespace Initial
 {
 
@@ -30,7 +35,7 @@ int Main(int argc, char *argv[])
     QApplication application(argc, argv);
     QApplication::setApplicationName(ApplicationTitle);
     QApplication::setApplicationVersion(QStringLiteral(TAVREL_VERSION_TEXT));
-    QApplication::setDesktopFileName(QStringLiteral("tavrel"));
+    QApplication::setDesktopFileName(u"tavrel"_s);
     QApplication::setQuitOnLastWindowClosed(false);
     de().conOV.ConnectionString(connectionString(App::Path()));
 
@@ -42,3 +47,5 @@ int Main(int argc, char *argv[])
 }
 
 } // namespace Initial
+
+} // namespace Tavrel

@@ -1,5 +1,8 @@
 #pragma once
 
+namespace Tavrel
+{
+
 /// The module that the program begins in.
 namespace Initial
 {
@@ -9,3 +12,5 @@ namespace Initial
 int Main(int argc, char *argv[]);
 
 } // namespace Initial
+
+} // namespace Tavrel

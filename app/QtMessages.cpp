@@ -8,6 +8,11 @@
 #include <cstdlib>
 #include <mutex>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -22,7 +27,7 @@ void take(QtMsgType type, const QMessageLogContext &context, const QString &text
         const std::lock_guard lock(mutex);
         if (type == QtFatalMsg) {
             // More sentences advise to install the program again, and list the plugins.
-            kept += text.section(QStringLiteral(". "), 0, 0);
+            kept += text.section(u". "_s, 0, 0);
             kept.removeDuplicates();
             std::fprintf(stderr, "%s: %s\n", program_invocation_short_name,
                          qPrintable(kept.join(u"; ")));
@@ -52,3 +57,5 @@ void QtMessages::pass()
         handler(QtWarningMsg, {}, text);
     kept.clear();
 }
+
+} // namespace Tavrel

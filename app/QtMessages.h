@@ -1,5 +1,8 @@
 #pragma once
 
+namespace Tavrel
+{
+
 /// What Qt says on the standard error, and the end of a program that it cannot show.
 ///
 /// Where there is no display Qt says so in several messages and then aborts. With this in place
@@ -16,3 +19,5 @@ void keep();
 void pass();
 
 } // namespace QtMessages
+
+} // namespace Tavrel

@@ -7,6 +7,11 @@
 
 #include <QIcon>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -16,8 +21,7 @@ constexpr std::int16_t ExitButton = 1;
 } // namespace
 
 frmMain::frmMain(Host &host, DataEnvironment &environment)
-    : Form(QStringLiteral("frmMain"), ApplicationTitle, ClockFace::ClientWidth,
-           ClockFace::ClientHeight,
+    : Form(u"frmMain"_s, ApplicationTitle, ClockFace::ClientWidth, ClockFace::ClientHeight,
            Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint | Qt::WindowCloseButtonHint),
       face(*this), m_host(host), m_connection(host),
       m_swipeHandling(host, face, m_connection, environment, m_punchInformation),
@@ -25,7 +29,7 @@ frmMain::frmMain(Host &host, DataEnvironment &environment)
 {
     QIcon icon;
     for (const int size : {32, 16})
-        icon.addFile(QStringLiteral(":/app/pictures/clock%1.png").arg(size));
+        icon.addFile(u":/app/pictures/clock%1.png"_s.arg(size));
     setWindowIcon(icon);
 
     for (const std::int16_t index : {OptionsButton, ExitButton})
@@ -43,8 +47,7 @@ void frmMain::Show()
 
 void frmMain::Form_Load()
 {
-    setWindowTitle(
-        QStringLiteral("Tavrel v%1.%2R%3").arg(App::Major).arg(App::Minor).arg(App::Revision));
+    setWindowTitle(u"Tavrel v%1.%2R%3"_s.arg(App::Major).arg(App::Minor).arg(App::Revision));
     m_connection.ConnectReader();
 }
 
@@ -65,3 +68,5 @@ void frmMain::cmdCtrl_Click(std::int16_t Index)
         m_host.End();
     }
 }
+
+} // namespace Tavrel

@@ -11,6 +11,9 @@
 
 #include <cstdint>
 
+namespace Tavrel
+{
+
 /// The clock window: the program's only visible window that lives as long as the process.
 class frmMain : public Form
 {
@@ -33,3 +36,5 @@ private:
     SwipeHandling m_swipeHandling;
     Tick m_tick;
 };
+
+} // namespace Tavrel

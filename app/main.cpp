@@ -8,5 +8,5 @@ extern "C" __attribute__((used, section(".tavrel.version"))) const char TavrelVe
 
 int main(int argc, char *argv[])
 {
-    return Initial::Main(argc, argv);
+    return Tavrel::Initial::Main(argc, argv);
 }

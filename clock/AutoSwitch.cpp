@@ -1,5 +1,8 @@
 #include "clock/AutoSwitch.h"
 
+namespace Tavrel
+{
+
 int wantedEvent(double clockIn, double clockOut, double now)
 {
     constexpr int ClockIn = 0;
@@ -9,3 +12,5 @@ int wantedEvent(double clockIn, double clockOut, double now)
         return clockIn <= now && now < clockOut ? ClockIn : ClockOut;
     return clockOut <= now && now < clockIn ? ClockOut : ClockIn;
 }
+
+} // namespace Tavrel

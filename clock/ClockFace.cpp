@@ -11,6 +11,11 @@
 #include <array>
 #include <vector>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -77,7 +82,7 @@ constexpr double DatePoints = 12;
 
 QString indexed(const char *name, int index)
 {
-    return QStringLiteral("%1(%2)").arg(QLatin1String(name)).arg(index);
+    return u"%1(%2)"_s.arg(QLatin1String(name)).arg(index);
 }
 
 /// In a role that nothing else is drawn with: what stands on the panel has its palette too, and
@@ -135,8 +140,8 @@ void ClockFace::addPictures(QWidget &window)
 void ClockFace::addOptions(QWidget &window)
 {
     auto *Frame1 = new QFrame(&window);
-    Frame1->setObjectName(QStringLiteral("Frame1"));
-    Frame1->setAccessibleName(QStringLiteral("Punch Type"));
+    Frame1->setObjectName(u"Frame1"_s);
+    Frame1->setAccessibleName(u"Punch Type"_s);
     paintBlack(*Frame1);
     QPalette border = Frame1->palette();
     border.setColor(QPalette::Light, storedColour(White));
@@ -172,8 +177,8 @@ void ClockFace::addOptions(QWidget &window)
 void ClockFace::addDateAndButtons(QWidget &window)
 {
     txtDate = new TextBox(TextBox::Overlong::IsSqueezed, &window);
-    txtDate->setObjectName(QStringLiteral("txtDate"));
-    txtDate->setAccessibleName(QStringLiteral("Date"));
+    txtDate->setObjectName(u"txtDate"_s);
+    txtDate->setAccessibleName(u"Date"_s);
     QPalette colours = txtDate->palette();
     colours.setColor(QPalette::Base, storedColour(Blue));
     colours.setColor(QPalette::Text, storedColour(Cyan));
@@ -206,3 +211,5 @@ void ClockFace::optEvent_Click(std::int16_t Index)
     optEvent(1 - Index)->BackColor(storedColour(Blue));
     optEvent(1 - Index)->FontBold(false);
 }
+
+} // namespace Tavrel

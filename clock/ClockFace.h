@@ -10,6 +10,9 @@
 
 #include <cstdint>
 
+namespace Tavrel
+{
+
 /// What stands on the clock window: eight picture boxes with the digits and colons of a large
 /// clock, two toggle buttons that say what the next swipe will be, a date line and two command
 /// buttons. At first the clock reads 99:99:99 and "Clock In" is selected.
@@ -46,3 +49,5 @@ private:
 
     QString m_readOut;
 };
+
+} // namespace Tavrel

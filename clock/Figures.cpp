@@ -8,6 +8,9 @@
 #include <span>
 #include <vector>
 
+namespace Tavrel
+{
+
 namespace
 {
 
@@ -244,3 +247,5 @@ QImage drawFigure(int figure, double pixelRatio)
     }
     return image;
 }
+
+} // namespace Tavrel

@@ -2,6 +2,9 @@
 
 #include <QImage>
 
+namespace Tavrel
+{
+
 /// The size of a figure in pixels.
 inline constexpr int FigureWidth = 57, FigureHeight = 87;
 
@@ -16,3 +19,5 @@ inline constexpr int ColonFigure = 10;
 /// smoothed with fifteen shades between the two and no other colour. The same arguments give the
 /// same pixels at every call.
 QImage drawFigure(int figure, double pixelRatio = 1);
+
+} // namespace Tavrel

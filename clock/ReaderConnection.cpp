@@ -5,6 +5,9 @@
 #include "platform/basics/Failure.h"
 #include "platform/text/Conversions.h"
 
+namespace Tavrel
+{
+
 void ReaderConnection::ConnectReader()
 {
     try {
@@ -34,3 +37,5 @@ void ReaderConnection::connectFromSettings()
     reader().DeviceType(0);
     reader().Connect();
 }
+
+} // namespace Tavrel

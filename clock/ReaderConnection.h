@@ -5,6 +5,9 @@
 
 #include <optional>
 
+namespace Tavrel
+{
+
 /// Holds the window's one reader, and closes and reopens it from the stored settings. It is the
 /// only path that opens the reader.
 class ReaderConnection
@@ -26,3 +29,5 @@ private:
     Host &m_host;
     std::optional<CMRW> m_Reader;
 };
+
+} // namespace Tavrel

@@ -11,6 +11,11 @@
 
 #include <array>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -58,8 +63,7 @@ void SwipeHandling::punch(const QString &badgeNumber)
     m_punchInformation->txtBadgeNumber->Text(badgeNumber);
     m_punchInformation->txtDateTime->Text(formatDateTime(m_host.Now()));
     const bool clockIn = m_face.optEvent(0)->Value();
-    m_punchInformation->txtPunchType->Text(clockIn ? QStringLiteral("Clock In")
-                                                   : QStringLiteral("Clock Out"));
+    m_punchInformation->txtPunchType->Text(clockIn ? u"Clock In"_s : u"Clock Out"_s);
     m_punchInformation->Show();
 
     // The store may have to wait for others; the person is to see the punch meanwhile.
@@ -71,3 +75,5 @@ void SwipeHandling::punch(const QString &badgeNumber)
     SavePunch(m_host, m_environment, badgeNumber, m_host.Now(),
               clockIn ? ClockInStatus : ClockOutStatus);
 }
+
+} // namespace Tavrel

@@ -7,6 +7,9 @@
 #include "platform/windows/OnDemand.h"
 #include "store/DataEnvironment.h"
 
+namespace Tavrel
+{
+
 /// The one place where a swipe becomes a punch.
 class SwipeHandling
 {
@@ -34,3 +37,5 @@ private:
     DataEnvironment &m_environment;
     OnDemand<frmPunchInformation> &m_punchInformation;
 };
+
+} // namespace Tavrel

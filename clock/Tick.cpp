@@ -10,6 +10,11 @@
 
 #include <chrono>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -20,7 +25,7 @@ constexpr std::chrono::milliseconds Interval{100};
 Tick::Tick(Host &host, ClockFace &face, SwipeHandling &swipeHandling)
     : m_host(host), m_face(face), m_swipeHandling(swipeHandling)
 {
-    Timer1.setObjectName(QStringLiteral("Timer1"));
+    Timer1.setObjectName(u"Timer1"_s);
     Timer1.setTimerType(Qt::PreciseTimer);
     QObject::connect(&Timer1, &QTimer::timeout, [this] {
         // The toolkit does not deliver a timer inside its own handler. Started anew, it is
@@ -77,3 +82,5 @@ void Tick::pollOnce()
     const QScopedValueRollback polling(m_polling, true);
     m_swipeHandling.PollCard();
 }
+
+} // namespace Tavrel

@@ -6,6 +6,9 @@
 
 #include <QTimer>
 
+namespace Tavrel
+{
+
 /// The program's heartbeat: at most every 100 ms it lets the time of day choose the
 /// punch type, if it may, brings the clock face up to date and then polls the reader.
 ///
@@ -30,3 +33,5 @@ private:
     QTimer Timer1;
     bool m_polling = false;
 };
+
+} // namespace Tavrel

@@ -14,6 +14,11 @@
 #include <algorithm>
 #include <array>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -81,16 +86,15 @@ frmOptions::frmOptions(Host &host, QWidget &owner)
                           Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint),
       m_host(host)
 {
-    setObjectName(QStringLiteral("frmOptions"));
-    setWindowTitle(QStringLiteral("Options"));
+    setObjectName(u"frmOptions"_s);
+    setWindowTitle(u"Options"_s);
     setWindowIcon(noIcon()); // not its owner's
     setFixedSize(pixels(ClientWidth), pixels(ClientHeight));
     setFont(windowFont(WindowFontPoints));
 
-    SSTab1 =
-        new SSTab({QStringLiteral("Punch"), QStringLiteral("Communication"), QStringLiteral("MSR")},
-                  StripPlacement, pixels(TabHeight), this);
-    SSTab1->setObjectName(QStringLiteral("SSTab1"));
+    SSTab1 = new SSTab({u"Punch"_s, u"Communication"_s, QStringLiteral("MSR")}, StripPlacement,
+                       pixels(TabHeight), this);
+    SSTab1->setObjectName(u"SSTab1"_s);
     addPunchTab();
     addCommunicationTab();
     addReaderTab();
@@ -107,8 +111,8 @@ void frmOptions::Show()
 
 void frmOptions::addPunchTab()
 {
-    chkAutoSwitch = new QCheckBox(QStringLiteral("Enable auto-switch"), SSTab1->page(PunchTab));
-    chkAutoSwitch->setObjectName(QStringLiteral("chkAutoSwitch"));
+    chkAutoSwitch = new QCheckBox(u"Enable auto-switch"_s, SSTab1->page(PunchTab));
+    chkAutoSwitch->setObjectName(u"chkAutoSwitch"_s);
     SSTab1->placeOn(*chkAutoSwitch, {240, 600, 1935, 255});
     connect(chkAutoSwitch, &QCheckBox::clicked, this, [this] {
         chkAutoSwitch->setTristate(false); // the mixed state can be left but not chosen
@@ -117,7 +121,7 @@ void frmOptions::addPunchTab()
 
     for (const int index : {0, 1}) {
         auto *picker = new DTPicker(SSTab1->page(PunchTab));
-        picker->setObjectName(QStringLiteral("dtpClock(%1)").arg(index));
+        picker->setObjectName(u"dtpClock(%1)"_s.arg(index));
         SSTab1->placeOn(*picker, {2280, index == 0 ? 1080 : 1560, 1455, 255});
         dtpClock.add(index, picker);
     }
@@ -148,9 +152,8 @@ void frmOptions::addReaderTab()
 void frmOptions::addButtons()
 {
     for (const std::int16_t index : {OkButton, CancelButton}) {
-        auto *button = new QPushButton(
-            index == OkButton ? QStringLiteral("OK") : QStringLiteral("Cancel"), this);
-        button->setObjectName(QStringLiteral("cmdCtrl(%1)").arg(index));
+        auto *button = new QPushButton(index == OkButton ? u"OK"_s : u"Cancel"_s, this);
+        button->setObjectName(u"cmdCtrl(%1)"_s.arg(index));
         place(*button, {index == OkButton ? 1800 : 3000, 2880, 1092, 372});
         connect(button, &QPushButton::clicked, this, [this, index] { cmdCtrl_Click(index); });
         cmdCtrl.add(index, button);
@@ -238,3 +241,5 @@ void frmOptions::saveSettings()
     UserSettings::write(UserSettings::Format, QString::number(cboSettings->currentIndex()));
     UserSettings::write(UserSettings::Track, QString::number(cboTrack->currentIndex()));
 }
+
+} // namespace Tavrel

@@ -16,6 +16,9 @@
 #include <cstdint>
 #include <span>
 
+namespace Tavrel
+{
+
 /// The one place where the user edits the seven settings. It is made afresh for each showing:
 /// it loads every setting when it is made, "OK" writes all seven, "Cancel" none. A write that fails
 /// shows a message box and leaves the dialog open, with the settings before it written.
@@ -63,3 +66,5 @@ private:
     QComboBox *cboTrack = nullptr;
     ControlArray<QPushButton> cmdCtrl;
 };
+
+} // namespace Tavrel

@@ -14,6 +14,11 @@
 
 #include <array>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -66,15 +71,15 @@ constexpr int SeparatorTop = 1560;
 /// Made once: the toolkit keeps a copy of every icon that it ever showed, up to some megabytes.
 const QIcon &pictureOfAPunch()
 {
-    static const auto *const icon = new QIcon(QStringLiteral(":/dialogs/pictures/punch32.png"));
+    static const auto *const icon = new QIcon(u":/dialogs/pictures/punch32.png"_s);
     return *icon;
 }
 
 } // namespace
 
 frmPunchInformation::frmPunchInformation()
-    : Form(QStringLiteral("frmPunchInformation"), QStringLiteral("Punch Information"), ClientWidth,
-           ClientHeight, Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint)
+    : Form(u"frmPunchInformation"_s, u"Punch Information"_s, ClientWidth, ClientHeight,
+           Qt::WindowSystemMenuHint | Qt::WindowCloseButtonHint)
 {
     setWindowIcon(pictureOfAPunch());
     setFont(windowFont(WindowFontPoints));
@@ -96,8 +101,8 @@ frmPunchInformation::frmPunchInformation()
         this->*line.box = box;
     }
 
-    auto *cmdCtrl = new QPushButton(QStringLiteral("&Close"), this);
-    cmdCtrl->setObjectName(QStringLiteral("cmdCtrl"));
+    auto *cmdCtrl = new QPushButton(u"&Close"_s, this);
+    cmdCtrl->setObjectName(u"cmdCtrl"_s);
     place(*cmdCtrl, CloseButton);
     connect(cmdCtrl, &QPushButton::clicked, this, &QWidget::close);
     setCancelButton(cmdCtrl);
@@ -140,3 +145,5 @@ void frmPunchInformation::paintEvent(QPaintEvent *event)
     painter.fillRect(Left, Top - 1, Width, 2, palette().color(QPalette::Dark));
     painter.fillRect(Left, Top, Width, 1, palette().color(QPalette::Light));
 }
+
+} // namespace Tavrel

@@ -3,6 +3,9 @@
 #include "platform/windows/Form.h"
 #include "platform/windows/TextBox.h"
 
+namespace Tavrel
+{
+
 /// Shows the person at the clock what was just punched. Display and nothing else: the swipe
 /// handling fills it, shows it and stores the punch, whether or not it is closed afterwards.
 class frmPunchInformation : public Form
@@ -31,3 +34,5 @@ public:
 protected:
     void paintEvent(QPaintEvent *event) override;
 };
+
+} // namespace Tavrel

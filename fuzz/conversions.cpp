@@ -9,6 +9,8 @@
 
 #include <bit>
 
+using namespace Tavrel;
+
 namespace
 {
 

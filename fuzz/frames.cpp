@@ -6,6 +6,8 @@
 #include "fuzz/Input.h"
 #include "tests/support/failureOf.h"
 
+using namespace Tavrel;
+
 using namespace Frames;
 
 namespace

@@ -5,6 +5,8 @@
 #include "platform/serial/MSComm.h"
 #include "platform/serial/ParityMarks.h"
 
+using namespace Tavrel;
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     Input input(data, size);

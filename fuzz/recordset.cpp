@@ -7,6 +7,8 @@
 #include "tests/support/ScriptedHost.h"
 #include "tests/support/TestDatabase.h"
 
+using namespace Tavrel;
+
 using namespace std::chrono_literals;
 
 namespace

@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <iostream>
 
+using namespace Tavrel;
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
 
 int main(int argumentCount, char **arguments)

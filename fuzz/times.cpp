@@ -7,6 +7,8 @@
 
 #include <cmath>
 
+using namespace Tavrel;
+
 namespace
 {
 

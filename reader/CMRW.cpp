@@ -7,6 +7,9 @@
 #include <array>
 #include <limits>
 
+namespace Tavrel
+{
+
 namespace
 {
 
@@ -297,3 +300,5 @@ std::int32_t CMRW::receiveFrame(std::int16_t i_iTimeout, Frames::ReceiveBuffer &
         m_host.DoEvents(left);
     }
 }
+
+} // namespace Tavrel

@@ -12,6 +12,9 @@
 #include <cstdint>
 #include <functional>
 
+namespace Tavrel
+{
+
 /// Drives a magnetic-stripe card reader/writer on a serial port.
 ///
 /// The order of use is: set CommPort, Settings and DeviceType, call Connect, do the work, call
@@ -153,3 +156,5 @@ private:
     Boolean m_blnWriteBusy = False;
     Boolean m_blnReadBusy = False;
 };
+
+} // namespace Tavrel

@@ -8,6 +8,9 @@
 #include <limits>
 #include <numeric>
 
+namespace Tavrel
+{
+
 namespace
 {
 
@@ -161,3 +164,5 @@ std::optional<int> firstEndSentinel(const ReceiveBuffer &frame, const EndSentine
 }
 
 } // namespace Frames
+
+} // namespace Tavrel

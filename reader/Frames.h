@@ -7,6 +7,9 @@
 #include <cstdint>
 #include <optional>
 
+namespace Tavrel
+{
+
 /// The frames on the line between the system and the reader, as pure functions from bytes to
 /// tracks and back. Index errors are failure 9, lengths beyond 16 bits failure 6.
 namespace Frames
@@ -96,3 +99,5 @@ void parseTracks(const ReceiveBuffer &frame, const StartSentinels &startSentinel
 std::optional<int> firstEndSentinel(const ReceiveBuffer &frame, const EndSentinels &endSentinels);
 
 } // namespace Frames
+
+} // namespace Tavrel

@@ -2,6 +2,9 @@
 
 #include <cstdlib>
 
+namespace Tavrel
+{
+
 frmCMRW::frmCMRW()
 {
     // The form is never released, but the line is to be given back at every exit. (Where a signal
@@ -16,3 +19,5 @@ frmCMRW &frmCMRW::form()
     static auto *const form = new frmCMRW; // outlives every static object: it is never released
     return *form;
 }
+
+} // namespace Tavrel

@@ -1,5 +1,10 @@
 #include "store/DataEnvironment.h"
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -14,8 +19,8 @@ constexpr Command EmployeeNameWithEmpIDCommand{
 
 QString connectionString(const QString &programFolder)
 {
-    return QStringLiteral("Provider=Microsoft.Jet.OLEDB.4.0;") + QStringLiteral("Data Source=") +
-           programFolder + QStringLiteral("\\Orvanta.mdb;Persist Security Info=False");
+    return u"Provider=Microsoft.Jet.OLEDB.4.0;"_s + u"Data Source="_s + programFolder +
+           u"\\Orvanta.mdb;Persist Security Info=False"_s;
 }
 
 void DataEnvironment::RawData()
@@ -43,3 +48,5 @@ DataEnvironment &de()
     static auto *const environment = new DataEnvironment;
     return *environment;
 }
+
+} // namespace Tavrel

@@ -5,6 +5,9 @@
 
 #include <QString>
 
+namespace Tavrel
+{
+
 /// The connection string of the time database: always the file Orvanta.mdb in `programFolder`,
 /// which goes into the text as it is.
 QString connectionString(const QString &programFolder);
@@ -36,3 +39,5 @@ public:
 
 /// The data environment of the process, made at its first use and never released.
 DataEnvironment &de();
+
+} // namespace Tavrel

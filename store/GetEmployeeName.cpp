@@ -3,6 +3,11 @@
 #include "platform/basics/Failure.h"
 #include "platform/database/ColumnValues.h"
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 void GetEmployeeName(Host &host, DataEnvironment &environment, const QString &i_sBadgeNumber,
                      QString &o_sEmployeeName)
 {
@@ -12,10 +17,12 @@ void GetEmployeeName(Host &host, DataEnvironment &environment, const QString &i_
             names.Close();
         environment.EmployeeNameWithEmpID(i_sBadgeNumber);
         if (names.RecordCount() > 0)
-            o_sEmployeeName = toText(names.Fields(QStringLiteral("Name")));
+            o_sEmployeeName = toText(names.Fields(u"Name"_s));
         else
-            o_sEmployeeName = QStringLiteral("Unknown");
+            o_sEmployeeName = u"Unknown"_s;
     } catch (const Failure &failure) {
         host.MsgBox(failure);
     }
 }
+
+} // namespace Tavrel

@@ -3,6 +3,11 @@
 #include "platform/basics/Failure.h"
 #include "platform/database/ColumnValues.h"
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -14,10 +19,10 @@ constexpr qsizetype PersonalIDSize = 50;
 void addBatch(Recordset &batches, std::int16_t batchID, const QDateTime &now)
 {
     batches.AddNew();
-    batches.Collect(QStringLiteral("ID"), batchID);
-    batches.Collect(QStringLiteral("DateTime"), now);
-    batches.Collect(QStringLiteral("RecordCount"), 1);
-    batches.Collect(QStringLiteral("DownloadResult"), BatchMark);
+    batches.Collect(u"ID"_s, batchID);
+    batches.Collect(u"DateTime"_s, now);
+    batches.Collect(u"RecordCount"_s, 1);
+    batches.Collect(u"DownloadResult"_s, BatchMark);
 }
 
 /// Brings the batch row up to date, not yet written, and returns the batch's ID.
@@ -28,12 +33,11 @@ std::int16_t countIntoBatch(Host &host, DataEnvironment &environment)
         batches.Close();
     environment.RawData();
 
-    batches.Find(QStringLiteral("[DownloadResult]='%1'").arg(BatchMark), 0, adSearchForward);
+    batches.Find(u"[DownloadResult]='%1'"_s.arg(BatchMark), 0, adSearchForward);
     if (!batches.Eof()) {
-        const std::int16_t batchID = toInt16(batches.Fields(QStringLiteral("ID")));
-        batches.Collect(QStringLiteral("RecordCount"),
-                        plusOne(batches.Fields(QStringLiteral("RecordCount"))));
-        batches.Collect(QStringLiteral("DateTime"), host.Now());
+        const std::int16_t batchID = toInt16(batches.Fields(u"ID"_s));
+        batches.Collect(u"RecordCount"_s, plusOne(batches.Fields(u"RecordCount"_s)));
+        batches.Collect(u"DateTime"_s, host.Now());
         return batchID;
     }
 
@@ -46,7 +50,7 @@ std::int16_t countIntoBatch(Host &host, DataEnvironment &environment)
     if (highest.State() == adStateOpen)
         highest.Close();
     environment.MaxRawDataID();
-    const std::int16_t batchID = toInt16(plusOne(highest.Fields(QStringLiteral("MaxID"))));
+    const std::int16_t batchID = toInt16(plusOne(highest.Fields(u"MaxID"_s)));
     addBatch(batches, batchID, host.Now());
     return batchID;
 }
@@ -60,12 +64,12 @@ void addDetail(DataEnvironment &environment, std::int16_t batchID, const QString
     environment.RawDataDetails();
 
     details.AddNew();
-    details.Collect(QStringLiteral("ID"), batchID);
-    details.Collect(QStringLiteral("PersonalID"), badgeNumber.left(PersonalIDSize));
-    details.Collect(QStringLiteral("EventStatus"), eventStatus);
-    details.Collect(QStringLiteral("DateTime"), punchTime);
-    details.Collect(QStringLiteral("Shift"), 0);
-    details.Collect(QStringLiteral("MachineNo"), 0);
+    details.Collect(u"ID"_s, batchID);
+    details.Collect(u"PersonalID"_s, badgeNumber.left(PersonalIDSize));
+    details.Collect(u"EventStatus"_s, eventStatus);
+    details.Collect(u"DateTime"_s, punchTime);
+    details.Collect(u"Shift"_s, 0);
+    details.Collect(u"MachineNo"_s, 0);
     details.Update();
 }
 
@@ -82,3 +86,5 @@ void SavePunch(Host &host, DataEnvironment &environment, const QString &i_sBadge
         host.MsgBox(failure);
     }
 }
+
+} // namespace Tavrel

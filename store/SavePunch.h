@@ -8,6 +8,9 @@
 
 #include <cstdint>
 
+namespace Tavrel
+{
+
 /// Stores one punch: brings the batch row in RawData up to date, then adds the punch's row to
 /// RawDataDetails under the batch's ID. The batch is the first row marked "MSR"; when there is
 /// none it is made, under the highest ID plus 1, or under 0 in an empty table.
@@ -21,3 +24,5 @@
 /// 16 bits is such a failure, with nothing written.
 void SavePunch(Host &host, DataEnvironment &environment, const QString &i_sBadgeNumber,
                const QDateTime &i_dtPunchTime, std::int16_t i_iEventStatus);
+
+} // namespace Tavrel

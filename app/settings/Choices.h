@@ -7,6 +7,9 @@
 #include <array>
 #include <cstdint>
 
+namespace Tavrel
+{
+
 /// What the positions stored in the settings stand for, counted from 0. Their order is stored data:
 /// an entry may be added at the end and never moved.
 namespace Choices
@@ -26,3 +29,5 @@ template <typename Entries> QString choose(const Entries &choices, std::int16_t 
 }
 
 } // namespace Choices
+
+} // namespace Tavrel

@@ -3,13 +3,20 @@
 #include "app/settings/SettingsStore.h"
 #include "platform/basics/ApplicationTitle.h"
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 QStringList instanceLockFiles()
 {
     QStringList files;
     for (const QString &folder :
          {qEnvironmentVariable("XDG_RUNTIME_DIR"), settingsFolder(ApplicationTitle)}) {
         if (!folder.isEmpty())
-            files += folder + QStringLiteral("/Tavrel.lock");
+            files += folder + u"/Tavrel.lock"_s;
     }
     return files;
 }
+
+} // namespace Tavrel

@@ -5,14 +5,21 @@
 
 #include <QFileInfo>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 QString serialDevice(std::int16_t port)
 {
-    const QString link = QStringLiteral("COM%1").arg(port);
+    const QString link = u"COM%1"_s.arg(port);
     for (const QString &candidate :
-         {settingsFolder(ApplicationTitle) + u'/' + link, QStringLiteral("/dev/") + link}) {
+         {settingsFolder(ApplicationTitle) + u'/' + link, u"/dev/"_s + link}) {
         const QFileInfo file(candidate);
         if (file.exists() || file.isSymLink())
             return candidate;
     }
-    return QStringLiteral("/dev/ttyS%1").arg(port - 1);
+    return u"/dev/ttyS%1"_s.arg(port - 1);
 }
+
+} // namespace Tavrel

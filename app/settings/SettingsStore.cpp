@@ -13,6 +13,11 @@
 #include <algorithm>
 #include <cstdio>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -33,12 +38,12 @@ QString textOf(const QVariant &value)
 class DraftFolder
 {
 public:
-    explicit DraftFolder(const QString &path) : m_folder(path + QStringLiteral(".draft"))
+    explicit DraftFolder(const QString &path) : m_folder(path + u".draft"_s)
     {
         if (QFileInfo(m_folder.path()).isSymLink())
             throw Failure(Failure::PathFileAccess, m_folder.path());
         remove();
-        m_folder.mkpath(QStringLiteral("."));
+        m_folder.mkpath(u"."_s);
     }
     ~DraftFolder() { remove(); }
     Q_DISABLE_COPY_MOVE(DraftFolder)
@@ -111,7 +116,7 @@ QString settingsFolder(const QString &application)
 
 QString settingsFile(const QString &application)
 {
-    return settingsFolder(application) + u'/' + application + QStringLiteral(".conf");
+    return settingsFolder(application) + u'/' + application + u".conf"_s;
 }
 
 QString GetSetting(const QString &application, const QString &section, const QString &key,
@@ -139,3 +144,5 @@ void SaveSetting(const QString &application, const QString &section, const QStri
         !madeNewer(draft, stored) || !renamed(draft, path))
         throw Failure(Failure::PathFileAccess, path);
 }
+
+} // namespace Tavrel

@@ -2,6 +2,9 @@
 
 #include <QString>
 
+namespace Tavrel
+{
+
 /// The per-user store of named texts: an ini file in the user's configuration folder,
 /// `$XDG_CONFIG_HOME/<application>/<application>.conf`, one section per group.
 
@@ -24,3 +27,5 @@ QString GetSetting(const QString &application, const QString &section, const QSt
 /// file, and what GetSetting reads, stay as they were.
 void SaveSetting(const QString &application, const QString &section, const QString &key,
                  const QString &text);
+
+} // namespace Tavrel

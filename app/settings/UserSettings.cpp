@@ -3,6 +3,9 @@
 #include "app/settings/SettingsStore.h"
 #include "platform/basics/ApplicationTitle.h"
 
+namespace Tavrel
+{
+
 namespace UserSettings
 {
 
@@ -19,3 +22,5 @@ void write(const Key &key, const QString &text)
 }
 
 } // namespace UserSettings
+
+} // namespace Tavrel

@@ -2,6 +2,9 @@
 
 #include <QString>
 
+namespace Tavrel
+{
+
 /// The seven values that the program remembers between runs, apart from the punches. Nobody keeps
 /// a copy of them: they are read when they are needed, and a change counts from the next read.
 namespace UserSettings
@@ -28,3 +31,5 @@ QString read(const Key &key);
 void write(const Key &key, const QString &text);
 
 } // namespace UserSettings
+
+} // namespace Tavrel

@@ -7,6 +7,11 @@
 #include <cerrno>
 #include <utility>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -36,7 +41,7 @@ Failure::Failure(Known known, const QString &subject)
           std::ranges::find(KnownFailures, known, &KnownFailure::number)->description))
 {
     if (!subject.isEmpty())
-        description += QStringLiteral(": ") + subject;
+        description += u": "_s + subject;
 }
 
 Failure::Failure(std::int32_t failureNumber, QString failureDescription)
@@ -54,3 +59,5 @@ void Failure::unless(bool succeeded)
     if (!succeeded)
         throw ofSystem(errno);
 }
+
+} // namespace Tavrel

@@ -4,6 +4,9 @@
 
 #include <cstdint>
 
+namespace Tavrel
+{
+
 /// What goes wrong inside a procedure: thrown by the platform and by conversions, caught by the
 /// procedure that has a handler and shown there in a message box. It never reaches the event loop.
 struct Failure {
@@ -37,3 +40,5 @@ struct Failure {
     std::int32_t number;
     QString description;
 };
+
+} // namespace Tavrel

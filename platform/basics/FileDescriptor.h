@@ -4,6 +4,9 @@
 
 #include <utility>
 
+namespace Tavrel
+{
+
 /// An open file of the operating system, closed with this object.
 class FileDescriptor
 {
@@ -35,3 +38,5 @@ public:
 private:
     int m_descriptor = -1;
 };
+
+} // namespace Tavrel

@@ -6,9 +6,14 @@
 #include <clocale>
 #include <cstring>
 
+namespace Tavrel
+{
+
 void chooseUtf8Locale()
 {
     const char *locale = std::setlocale(LC_CTYPE, ""); // null where it is not installed
     if (locale && std::strcmp(locale, "C") == 0)
         qputenv(qEnvironmentVariableIsEmpty("LC_ALL") ? "LC_CTYPE" : "LC_ALL", "C.UTF-8");
 }
+
+} // namespace Tavrel

@@ -5,6 +5,9 @@
 
 #include <limits>
 
+namespace Tavrel
+{
+
 namespace
 {
 
@@ -49,3 +52,5 @@ QVariant plusOne(const QVariant &value)
         throw Failure(Failure::Overflow);
     return whole + 1;
 }
+
+} // namespace Tavrel

@@ -12,6 +12,11 @@
 #include <array>
 #include <string_view>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -43,7 +48,7 @@ constexpr char NotRegular[] = "not a regular file";
 
 Failure failureOfFile(int code, const char *words, const QByteArray &path)
 {
-    return {code, QString::fromUtf8(words) + QStringLiteral(": ") + QFile::decodeName(path)};
+    return {code, QString::fromUtf8(words) + u": "_s + QFile::decodeName(path)};
 }
 
 /// Which of the files that belong to the database at `path` cannot be opened for what it is.
@@ -58,7 +63,7 @@ QByteArray oddJournal(const QByteArray &path)
     return {};
 }
 
-[[noreturn]] void fail(sqlite3 *database, const QByteArray &path)
+[[noreturn]] void failOn(sqlite3 *database, const QByteArray &path)
 {
     const int code = sqlite3_extended_errcode(database);
     const char *words = sqlite3_errmsg(database);
@@ -74,7 +79,7 @@ QByteArray oddJournal(const QByteArray &path)
             throw failureOfFile(SQLITE_CANTOPEN, NotRegular, journal);
         throw failureOfFile(code, words, path);
     case SQLITE_INTERRUPT: // which nobody does but Connection::mustStop
-        throw Failure(code, QStringLiteral("The database did not answer within the time-out."));
+        throw Failure(code, u"The database did not answer within the time-out."_s);
     default:
         throw Failure(code, QString::fromUtf8(words));
     }
@@ -83,12 +88,12 @@ QByteArray oddJournal(const QByteArray &path)
 /// The file's path, as the system spells it.
 QByteArray pathIn(const QString &connectionString)
 {
-    static const QString Begin = QStringLiteral("Data Source=");
-    static const QString End = QStringLiteral(";Persist");
+    static const QString Begin = u"Data Source="_s;
+    static const QString End = u";Persist"_s;
 
     const qsizetype begin = connectionString.indexOf(Begin);
     if (begin < 0)
-        throw Failure(SQLITE_CANTOPEN, QStringLiteral("The connection string names no file."));
+        throw Failure(SQLITE_CANTOPEN, u"The connection string names no file."_s);
     const qsizetype end = connectionString.lastIndexOf(End);
     QString path = connectionString.mid(begin + Begin.size());
     if (end > begin)
@@ -113,7 +118,7 @@ bool isJetFile(sqlite3 *database)
 
 void Connection::fail(sqlite3 *database)
 {
-    ::fail(database, sqlite3_db_filename(database, "main"));
+    failOn(database, sqlite3_db_filename(database, "main"));
 }
 
 void Connection::ConnectionString(const QString &connectionString)
@@ -154,11 +159,10 @@ Connection::Database Connection::open(const QByteArray &path)
     const int result = sqlite3_open_v2(path.constData(), &opened, flags, guardedFiles());
     Database database(opened);
     if (result != SQLITE_OK)
-        ::fail(opened, path);
+        failOn(opened, path);
     if (isJetFile(opened))
-        throw Failure(SQLITE_NOTADB,
-                      QStringLiteral("The database is in the format of Microsoft Jet. It has to "
-                                     "be converted to SQLite before it can be used."));
+        throw Failure(SQLITE_NOTADB, u"The database is in the format of Microsoft Jet. It has to "
+                                     "be converted to SQLite before it can be used."_s);
 
     // SQLite falls back to reading by itself where it may not write.
     if (Mode != adModeRead && sqlite3_db_readonly(opened, "main") == 1)
@@ -179,7 +183,7 @@ Connection::Database Connection::open(const QByteArray &path)
     // is written to all the same, and a new punch may take the place of an old one.
     constexpr char Settings[] = "PRAGMA synchronous = EXTRA; PRAGMA cell_size_check = ON";
     if (sqlite3_exec(opened, Settings, nullptr, nullptr, nullptr) != SQLITE_OK)
-        ::fail(opened, path);
+        failOn(opened, path);
     return database;
 }
 
@@ -199,3 +203,5 @@ int Connection::mustStop(void *connection)
 {
     return static_cast<Connection *>(connection)->m_patience.hasExpired() ? 1 : 0;
 }
+
+} // namespace Tavrel

@@ -11,6 +11,9 @@
 #include <functional>
 #include <memory>
 
+namespace Tavrel
+{
+
 enum ConnectModeEnum { adModeRead = 1, adModeReadWrite = 3 };
 
 /// A connection to a database file. It opens the file at its first use, for reading and writing
@@ -75,3 +78,5 @@ private:
     FileIdentity m_openFile;
     QDeadlineTimer m_patience; ///< ends the opening, or the statement at work
 };
+
+} // namespace Tavrel

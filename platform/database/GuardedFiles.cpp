@@ -9,6 +9,9 @@
 #include <set>
 #include <string>
 
+namespace Tavrel
+{
+
 namespace
 {
 
@@ -97,3 +100,5 @@ const char *guardedFiles()
     }
     return Name;
 }
+
+} // namespace Tavrel

@@ -1,5 +1,8 @@
 #pragma once
 
+namespace Tavrel
+{
+
 /// The name, for sqlite3_open_v2, of a layer over SQLite's own access to files, which is registered
 /// at the first call. The database lies in a folder that others may write, so nothing found there
 /// is trusted:
@@ -15,3 +18,5 @@
 ///
 /// For one thread.
 const char *guardedFiles();
+
+} // namespace Tavrel

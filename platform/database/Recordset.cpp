@@ -4,6 +4,11 @@
 
 #include <algorithm>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -11,7 +16,7 @@ namespace
 /// do around a name that is no column.
 QString quoted(const QString &name)
 {
-    return u'`' + QString(name).replace(u'`', QStringLiteral("``")) + u'`';
+    return u'`' + QString(name).replace(u'`', u"``"_s) + u'`';
 }
 
 QStringList columnNames(const Statement &statement)
@@ -42,10 +47,8 @@ QString rowNumberName(sqlite3 *database, const QString &table, const QStringList
                                           nullptr, nullptr, nullptr, nullptr) == SQLITE_OK)
             return QString::fromLatin1(name);
     }
-    throw Failure(SQLITE_ERROR,
-                  QStringLiteral("%1 cannot be written: it is a view, or a table whose rows have "
-                                 "no number that can be asked for.")
-                      .arg(table));
+    throw Failure(SQLITE_ERROR, u"%1 cannot be written: it is a view, or a table whose rows have "
+                                "no number that can be asked for."_s.arg(table));
 }
 
 } // namespace
@@ -65,14 +68,13 @@ void Recordset::Open(const Command &command, const std::vector<QVariant> &parame
 void Recordset::openTable(const QString &table)
 {
     // Only a statement that has been stepped has seen what others changed in the table's columns.
-    Statement head(m_connection, QStringLiteral("SELECT * FROM %1 LIMIT 0").arg(table));
+    Statement head(m_connection, u"SELECT * FROM %1 LIMIT 0"_s.arg(table));
     head.step();
     m_columns = columnNames(head);
     m_rowNumber = rowNumberName(m_connection.database(), table, m_columns);
     m_table = table;
 
-    Statement highest(m_connection,
-                      QStringLiteral("SELECT max(%1) FROM %2").arg(m_rowNumber, table));
+    Statement highest(m_connection, u"SELECT max(%1) FROM %2"_s.arg(m_rowNumber, table));
     highest.step();
     if (const QVariant number = highest.value(0).toVariant(); !number.isNull())
         m_lastNumber = number.toLongLong();
@@ -107,10 +109,9 @@ qlonglong Recordset::RecordCount() const
         return m_queriedRows;
     if (!m_lastNumber)
         return 0;
-    Statement count(
-        m_connection,
-        QStringLiteral("SELECT count(*) FROM %1 WHERE %2 <= ?1").arg(m_table, m_rowNumber),
-        {*m_lastNumber});
+    Statement count(m_connection,
+                    u"SELECT count(*) FROM %1 WHERE %2 <= ?1"_s.arg(m_table, m_rowNumber),
+                    {*m_lastNumber});
     count.step();
     return count.value(0).toVariant().toLongLong();
 }
@@ -219,9 +220,8 @@ std::optional<Recordset::Row> Recordset::firstRow(const QString &condition, qlon
     for (const QString &column : m_columns)
         names += quoted(column);
     Statement query(m_connection,
-                    QStringLiteral("SELECT %1, %2 FROM %3 WHERE %1 BETWEEN ?1 AND ?2 AND (%4) "
-                                   "ORDER BY %1 LIMIT 1")
-                        .arg(m_rowNumber, names.join(u','), m_table, condition),
+                    u"SELECT %1, %2 FROM %3 WHERE %1 BETWEEN ?1 AND ?2 AND (%4) "
+                    "ORDER BY %1 LIMIT 1"_s.arg(m_rowNumber, names.join(u','), m_table, condition),
                     {from, *m_lastNumber});
     if (!query.step())
         return {};
@@ -248,37 +248,35 @@ void Recordset::insertPending()
     std::vector<QVariant> parameters;
     for (const auto &[index, value] : m_pending) {
         names += quoted(m_columns[static_cast<qsizetype>(index)]);
-        places += QStringLiteral("?");
+        places += u"?"_s;
         parameters.push_back(value);
     }
-    const QString values =
-        names.isEmpty()
-            ? QStringLiteral("DEFAULT VALUES")
-            : QStringLiteral("(%1) VALUES (%2)").arg(names.join(u','), places.join(u','));
-    Statement insertion(m_connection, QStringLiteral("INSERT INTO %1 %2").arg(m_table, values),
-                        parameters);
+    const QString values = names.isEmpty()
+                               ? u"DEFAULT VALUES"_s
+                               : u"(%1) VALUES (%2)"_s.arg(names.join(u','), places.join(u','));
+    Statement insertion(m_connection, u"INSERT INTO %1 %2"_s.arg(m_table, values), parameters);
 
     // The file may refuse a row without a word, by a trigger. A punch is not lost silently.
     if (insertion.execute() != 1)
-        throw Failure(SQLITE_CONSTRAINT, QStringLiteral("The database did not take the row."));
+        throw Failure(SQLITE_CONSTRAINT, u"The database did not take the row."_s);
 }
 
 void Recordset::updatePending()
 {
     QStringList assignments;
-    QStringList conditions{m_rowNumber + QStringLiteral(" = ?")};
+    QStringList conditions{m_rowNumber + u" = ?"_s};
     std::vector<QVariant> parameters;
     for (const auto &[index, value] : m_pending) {
         const QString name = quoted(m_columns[static_cast<qsizetype>(index)]);
-        assignments += name + QStringLiteral(" = ?");
-        conditions += name + QStringLiteral(" IS ? COLLATE BINARY");
+        assignments += name + u" = ?"_s;
+        conditions += name + u" IS ? COLLATE BINARY"_s;
         parameters.push_back(value);
     }
     parameters.emplace_back(m_current.number);
 
     Statement change(m_connection,
-                     QStringLiteral("UPDATE %1 SET %2 WHERE %3")
-                         .arg(m_table, assignments.join(u", "), conditions.join(u" AND ")),
+                     u"UPDATE %1 SET %2 WHERE %3"_s.arg(m_table, assignments.join(u", "),
+                                                        conditions.join(u" AND ")),
                      parameters);
     int place = static_cast<int>(parameters.size());
     for (const auto &[index, value] : m_pending)
@@ -286,3 +284,5 @@ void Recordset::updatePending()
     if (change.execute() != 1)
         throw Failure(Failure::RowChanged);
 }
+
+} // namespace Tavrel

@@ -12,6 +12,9 @@
 #include <utility>
 #include <vector>
 
+namespace Tavrel
+{
+
 enum CommandTypeEnum { adCmdText = 1, adCmdTable = 2 };
 enum LockTypeEnum { adLockReadOnly = 1, adLockOptimistic = 3 };
 enum SearchDirectionEnum { adSearchForward = 1 };
@@ -96,7 +99,7 @@ private:
     void mustBeOpen() const;
     void mustBeUpdatable() const;
     std::size_t column(const QString &name) const;
-    std::optional<Row> firstRow(const QString &condition = QStringLiteral("1"),
+    std::optional<Row> firstRow(const QString &condition = QLatin1StringView("1"),
                                 qlonglong from = std::numeric_limits<qlonglong>::min()) const;
     void seekCurrent();
     void standOn(const std::optional<Row> &row);
@@ -115,3 +118,5 @@ private:
     Row m_current; ///< when m_position is On
     std::vector<Assignment> m_pending;
 };
+
+} // namespace Tavrel

@@ -3,6 +3,9 @@
 #include <QByteArray>
 #include <QDateTime>
 
+namespace Tavrel
+{
+
 Statement::Statement(Connection &connection, const QString &sql,
                      const std::vector<QVariant> &parameters)
     : m_database(connection.database())
@@ -87,3 +90,5 @@ void Statement::check(int result) const
     if (result != SQLITE_OK)
         Connection::fail(m_database);
 }
+
+} // namespace Tavrel

@@ -11,6 +11,9 @@
 #include <memory>
 #include <vector>
 
+namespace Tavrel
+{
+
 /// One statement, from its preparation to its end. Every operation can fail with a failure of the
 /// connection. A statement must not outlive the use it is made for: one that is not finished locks
 /// the file for everybody else.
@@ -48,3 +51,5 @@ private:
     sqlite3 *m_database;
     std::unique_ptr<sqlite3_stmt, Finalize> m_statement;
 };
+
+} // namespace Tavrel

@@ -3,6 +3,9 @@
 #include <QByteArray>
 #include <QString>
 
+namespace Tavrel
+{
+
 QVariant StoredValue::toVariant() const
 {
     sqlite3_value *value = m_value.get();
@@ -23,3 +26,5 @@ QVariant StoredValue::toVariant() const
         return {};
     }
 }
+
+} // namespace Tavrel

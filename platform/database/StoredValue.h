@@ -6,6 +6,9 @@
 
 #include <memory>
 
+namespace Tavrel
+{
+
 /// A value just as the database stores it, text that is not valid UTF-8 included. It outlives the
 /// statement that has read it.
 class StoredValue
@@ -24,3 +27,5 @@ public:
 private:
     std::shared_ptr<sqlite3_value> m_value;
 };
+
+} // namespace Tavrel

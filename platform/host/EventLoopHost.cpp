@@ -6,6 +6,9 @@
 #include <chrono>
 #include <cstdlib>
 
+namespace Tavrel
+{
+
 std::int32_t EventLoopHost::GetTickCount()
 {
     using namespace std::chrono;
@@ -38,3 +41,5 @@ void EventLoopHost::End()
 {
     std::quick_exit(0);
 }
+
+} // namespace Tavrel

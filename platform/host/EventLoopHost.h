@@ -2,6 +2,9 @@
 
 #include "platform/host/Host.h"
 
+namespace Tavrel
+{
+
 /// The real machine, as far as it goes without windows: the monotonic clock, the local time and
 /// the event loop of the thread, which must exist. Message boxes are left to the kind of program
 /// that runs on it.
@@ -14,3 +17,5 @@ public:
     void End() override;
     using Host::MsgBox;
 };
+
+} // namespace Tavrel

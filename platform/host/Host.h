@@ -9,6 +9,9 @@
 #include <cstdint>
 #include <limits>
 
+namespace Tavrel
+{
+
 enum class MsgBoxIcon { None, Critical };
 
 /// What procedures need of the machine: the one seam between them and the outside world.
@@ -48,3 +51,5 @@ public:
     /// std::at_quick_exit. Callers must be right also when it returns, as the one in tests does.
     virtual void End() = 0;
 };
+
+} // namespace Tavrel

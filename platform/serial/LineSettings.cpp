@@ -8,6 +8,9 @@
 #include <array>
 #include <cerrno>
 
+namespace Tavrel
+{
+
 namespace
 {
 
@@ -57,3 +60,5 @@ LineSettings parseLineSettings(const QString &text)
     return {choose(Rates, fields[0]),
             parity | choose(DataBits, fields[2]) | choose(StopBits, fields[3]), parity != 0};
 }
+
+} // namespace Tavrel

@@ -4,6 +4,9 @@
 
 #include <termios.h>
 
+namespace Tavrel
+{
+
 /// The line settings of a serial port, as the system takes them.
 struct LineSettings {
     speed_t rate;         ///< one of the B constants
@@ -18,3 +21,5 @@ inline constexpr tcflag_t LineControlMask = CSIZE | CSTOPB | PARENB | PARODD | C
 /// bits (1 or 2), separated by commas. The rate is one that the system has a constant for, 110 to
 /// 115200. Failure EINVAL for anything else.
 LineSettings parseLineSettings(const QString &text);
+
+} // namespace Tavrel

@@ -5,6 +5,9 @@
 
 #include <cstdint>
 
+namespace Tavrel
+{
+
 /// The serial communications control: one port, synchronous, with a buffer of its own on the way
 /// in. The seam between the reader driver and the serial line.
 class MSComm
@@ -44,3 +47,5 @@ public:
     /// the port is closed or its device went away.
     virtual void Output(const QByteArray &bytes) = 0;
 };
+
+} // namespace Tavrel

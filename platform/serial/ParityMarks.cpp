@@ -2,6 +2,9 @@
 
 #include "platform/serial/MSComm.h"
 
+namespace Tavrel
+{
+
 namespace
 {
 
@@ -38,3 +41,5 @@ QByteArray ParityMarks::decode(const QByteArray &raw)
     }
     return decoded;
 }
+
+} // namespace Tavrel

@@ -14,6 +14,11 @@
 #include <cerrno>
 #include <utility>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -145,7 +150,7 @@ QByteArray TermiosComm::Input()
 void TermiosComm::Output(const QByteArray &bytes)
 {
     if (!m_portOpen)
-        throw Failure(ENOTCONN, QStringLiteral("The serial port is not open."));
+        throw Failure(ENOTCONN, u"The serial port is not open."_s);
     if (!m_device)
         throw Failure::ofSystem(EIO);
     m_unsent += bytes;
@@ -213,3 +218,5 @@ void TermiosComm::send()
     if (m_writable)
         m_writable->setEnabled(!m_unsent.isEmpty());
 }
+
+} // namespace Tavrel

@@ -10,6 +10,9 @@
 #include <functional>
 #include <memory>
 
+namespace Tavrel
+{
+
 /// The control on a terminal line of the system. It needs an event loop in its thread: waiting
 /// input wakes the loop, and waiting output goes out through it.
 ///
@@ -58,3 +61,5 @@ private:
     QByteArray m_received;
     QByteArray m_unsent;
 };
+
+} // namespace Tavrel

@@ -8,6 +8,11 @@
 #include <cmath>
 #include <limits>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 QLocale userLocale()
 {
     return QLocale::system();
@@ -35,9 +40,9 @@ std::int16_t toInt16(double number)
 
 std::int16_t lenientNumber(const QString &text)
 {
-    static const QRegularExpression blanks(QStringLiteral("[ \\t\\r\\n]"));
+    static const QRegularExpression blanks(u"[ \\t\\r\\n]"_s);
     static const QRegularExpression leadingNumber(
-        QStringLiteral("^[+-]?(?:[0-9]+\\.?[0-9]*|\\.[0-9]+)(?:[eE][+-]?[0-9]+)?"));
+        u"^[+-]?(?:[0-9]+\\.?[0-9]*|\\.[0-9]+)(?:[eE][+-]?[0-9]+)?"_s);
 
     // An expression finds nothing in a text with half a surrogate pair; no number needs more than
     // Latin-1.
@@ -55,3 +60,5 @@ std::int16_t strictNumber(const QString &text, const QLocale &locale)
 {
     return toInt16(parseNumber(text.trimmed(), locale));
 }
+
+} // namespace Tavrel

@@ -5,6 +5,9 @@
 
 #include <cstdint>
 
+namespace Tavrel
+{
+
 /// The user's regional format, as the environment gives it.
 QLocale userLocale();
 
@@ -25,3 +28,5 @@ std::int16_t lenientNumber(const QString &text);
 /// `text`, all of it, as a number in the given regional format, rounded as by toInt16.
 /// Failure 13 when it is no number, also when it is empty; failure 6 when it does not fit.
 std::int16_t strictNumber(const QString &text, const QLocale &locale = userLocale());
+
+} // namespace Tavrel

@@ -9,19 +9,24 @@
 #include <algorithm>
 #include <optional>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
 constexpr double SecondsPerDay = 86400.0;
 constexpr qint64 DayZero = 2415019; // 30 December 1899, as a Julian day
 
-const QString PlainTime = QStringLiteral("HH:mm:ss");
+const QString PlainTime = u"HH:mm:ss"_s;
 
 /// The pattern of the user's long time, in Qt's letters, without the zone; HH:mm:ss for a
 /// format with other letters.
 QString longTimePattern(const QLocale &locale)
 {
-    static const QString KnownLetters = QStringLiteral("hHmsaApP");
+    static const QString KnownLetters = u"hHmsaApP"_s;
     const QString pattern = locale.timeFormat(QLocale::LongFormat);
     QString withoutZone;
     bool quoted = false;
@@ -36,13 +41,13 @@ QString longTimePattern(const QLocale &locale)
             return PlainTime;
         withoutZone += letter;
     }
-    return withoutZone.remove(QStringLiteral("()")).remove(QStringLiteral("[]")).simplified();
+    return withoutZone.remove(u"()"_s).remove(u"[]"_s).simplified();
 }
 
 QStringList datePatterns(const QLocale &locale)
 {
     return {locale.dateFormat(QLocale::ShortFormat), locale.dateFormat(QLocale::LongFormat),
-            QStringLiteral("yyyy-MM-dd")};
+            u"yyyy-MM-dd"_s};
 }
 
 /// Invalid when there is no such time; the hours of a half go from 1 to 12.
@@ -63,7 +68,7 @@ int countOf(int part)
 
 const QRegularExpression &digits()
 {
-    static const QRegularExpression expression(QStringLiteral("\\d+"),
+    static const QRegularExpression expression(u"\\d+"_s,
                                                QRegularExpression::UseUnicodePropertiesOption);
     return expression;
 }
@@ -71,7 +76,7 @@ const QRegularExpression &digits()
 /// The letters of a text alone, for comparing: "p. m." is "pm".
 QString lettersOf(const QString &text)
 {
-    static const QRegularExpression others(QStringLiteral("[\\p{Z}\\p{P}\\p{S}\\p{C}]"));
+    static const QRegularExpression others(u"[\\p{Z}\\p{P}\\p{S}\\p{C}]"_s);
     return QString(text).remove(others).toCaseFolded();
 }
 
@@ -93,11 +98,11 @@ using Words = QHash<QString, Meaning>;
 Words wordsOfAllLocales()
 {
     // Chinese has more parts of the day than the two that QLocale knows.
-    Words words{{QStringLiteral("凌晨"), DayHalf::Morning},
-                {QStringLiteral("清晨"), DayHalf::Morning},
-                {QStringLiteral("早上"), DayHalf::Morning},
-                {QStringLiteral("中午"), DayHalf::Afternoon},
-                {QStringLiteral("晚上"), DayHalf::Afternoon}};
+    Words words{{u"凌晨"_s, DayHalf::Morning},
+                {u"清晨"_s, DayHalf::Morning},
+                {u"早上"_s, DayHalf::Morning},
+                {u"中午"_s, DayHalf::Afternoon},
+                {u"晚上"_s, DayHalf::Afternoon}};
     // A word with two meanings has none.
     const auto add = [&words](const QString &word, DayHalf half) {
         const auto known = words.constFind(word);
@@ -186,7 +191,7 @@ QDate parseDate(const QString &text, const QLocale &locale)
 /// A time alone; digits alone are none.
 QTime parseTime(const QString &text, const QLocale &locale)
 {
-    static const QRegularExpression number(QStringLiteral("^\\d+$"),
+    static const QRegularExpression number(u"^\\d+$"_s,
                                            QRegularExpression::UseUnicodePropertiesOption);
     return number.match(text).hasMatch() ? QTime() : readTime(text, locale).time;
 }
@@ -274,8 +279,8 @@ QList<TimePart> partsOfTime(const QString &text, const QLocale &locale)
 
 TimeReading readTime(const QString &text, const QLocale &locale, TimePart::Kind first)
 {
-    static const QRegularExpression separators(QStringLiteral("[\\s\\p{Z}\\p{P}\\p{S}]"));
-    static const QRegularExpression opening(QStringLiteral("^[\\s\\p{Z}]*[\\p{P}\\p{S}]"));
+    static const QRegularExpression separators(u"[\\s\\p{Z}\\p{P}\\p{S}]"_s);
+    static const QRegularExpression opening(u"^[\\s\\p{Z}]*[\\p{P}\\p{S}]"_s);
 
     TimeReading read;
     auto found = digits().globalMatch(text);
@@ -323,3 +328,5 @@ TimeReading readTime(const QString &text, const QLocale &locale, TimePart::Kind 
                                   read.numbers.value(2).value, read.half);
     return read;
 }
+
+} // namespace Tavrel

@@ -7,6 +7,9 @@
 #include <QLocale>
 #include <QString>
 
+namespace Tavrel
+{
+
 /// A date value is a floating-point number of days. Its whole part counts the days since
 /// 30 December 1899 and its fraction is the time of day; a time without a date has the whole
 /// part 0.
@@ -77,3 +80,5 @@ struct TimeReading {
 /// for A, P and those by which the user's two marks differ, and the last half chosen counts.
 TimeReading readTime(const QString &text, const QLocale &locale = userLocale(),
                      TimePart::Kind first = TimePart::Hours);
+
+} // namespace Tavrel

@@ -6,6 +6,11 @@
 
 #include <algorithm>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 QColor storedColour(std::uint32_t colour)
 {
     return QColor(colour & 0xFF, colour >> 8 & 0xFF, colour >> 16 & 0xFF);
@@ -15,9 +20,8 @@ QFont windowFont(double points, bool bold)
 {
     constexpr int TwipsPerPoint = 20;
     QFont font;
-    font.setFamilies({QStringLiteral("MS Sans Serif"), QStringLiteral("Microsoft Sans Serif"),
-                      QStringLiteral("Liberation Sans"), QStringLiteral("Arial"),
-                      QStringLiteral("Helvetica")});
+    font.setFamilies({u"MS Sans Serif"_s, u"Microsoft Sans Serif"_s, u"Liberation Sans"_s,
+                      u"Arial"_s, u"Helvetica"_s});
     font.setStyleHint(QFont::SansSerif);
     font.setPixelSize(pixels(static_cast<int>(points * TwipsPerPoint)));
     font.setBold(bold);
@@ -40,3 +44,5 @@ void drawFocus(QPainter &painter, const QRect &button, const QColor &colour)
     painter.setPen(QPen(colour, 1, Qt::DotLine));
     painter.drawRect(button.adjusted(FocusMargin, FocusMargin, -FocusMargin - 1, -FocusMargin - 1));
 }
+
+} // namespace Tavrel

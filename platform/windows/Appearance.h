@@ -7,6 +7,9 @@
 
 #include <cstdint>
 
+namespace Tavrel
+{
+
 /// A colour as stored, 0x00BBGGRR.
 QColor storedColour(std::uint32_t colour);
 
@@ -25,3 +28,5 @@ inline constexpr int FocusMargin = 5;
 
 /// Draws the dotted line inside a button that has the focus, which shows on any background.
 void drawFocus(QPainter &painter, const QRect &button, const QColor &colour);
+
+} // namespace Tavrel

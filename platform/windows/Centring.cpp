@@ -5,6 +5,9 @@
 #include <QScreen>
 #include <QWindow>
 
+namespace Tavrel
+{
+
 namespace
 {
 
@@ -64,3 +67,5 @@ void centreOnScreen(QWidget &window)
 {
     new Centring(window);
 }
+
+} // namespace Tavrel

@@ -2,6 +2,9 @@
 
 #include "platform/windows/Appearance.h"
 
+namespace Tavrel
+{
+
 void CommandButton::paintEvent(QPaintEvent *event)
 {
     QPushButton::paintEvent(event);
@@ -9,3 +12,5 @@ void CommandButton::paintEvent(QPaintEvent *event)
     if (hasFocus())
         drawFocus(painter, rect(), palette().color(QPalette::ButtonText));
 }
+
+} // namespace Tavrel

@@ -4,6 +4,9 @@
 
 #include <map>
 
+namespace Tavrel
+{
+
 /// Controls under one name with an index. It does not own them.
 template <typename Control> class ControlArray
 {
@@ -22,3 +25,5 @@ public:
 private:
     std::map<int, Control *> m_controls;
 };
+
+} // namespace Tavrel

@@ -16,6 +16,11 @@
 #include <algorithm>
 #include <array>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -180,9 +185,8 @@ void DTPicker::contextMenuEvent(QContextMenuEvent *event)
 {
     auto *menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
-    menu->addAction(QStringLiteral("&Copy"), lineEdit(), &QLineEdit::copy);
-    menu->addAction(QStringLiteral("&Paste"), this,
-                    [this] { paste(QApplication::clipboard()->text()); })
+    menu->addAction(u"&Copy"_s, lineEdit(), &QLineEdit::copy);
+    menu->addAction(u"&Paste"_s, this, [this] { paste(QApplication::clipboard()->text()); })
         ->setEnabled(!isReadOnly());
     menu->popup(event->globalPos());
 }
@@ -347,3 +351,5 @@ void DTPicker::paste(const QString &text)
         setTime(time);
     choose(m_current);
 }
+
+} // namespace Tavrel

@@ -4,6 +4,9 @@
 
 #include <QAbstractSpinBox>
 
+namespace Tavrel
+{
+
 /// A picker of a time of day, in the user's long format (as HH:mm:ss where that is too wide). It
 /// always shows a time, and what it shows is its value.
 ///
@@ -91,3 +94,5 @@ private:
     QTime m_typedOver;           ///< the value then
     bool m_typedOverAll = false; ///< all of it was selected then
 };
+
+} // namespace Tavrel

@@ -3,6 +3,9 @@
 #include <QMessageBox>
 #include <QStyle>
 
+namespace Tavrel
+{
+
 void DesktopHost::MsgBox(const QString &text, const QString &title, MsgBoxIcon icon)
 {
     QMessageBox box(QMessageBox::NoIcon, title, text, QMessageBox::Ok);
@@ -15,3 +18,5 @@ void DesktopHost::MsgBox(const QString &text, const QString &title, MsgBoxIcon i
     }
     box.exec();
 }
+
+} // namespace Tavrel

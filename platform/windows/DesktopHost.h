@@ -4,6 +4,9 @@
 
 #include <QIcon>
 
+namespace Tavrel
+{
+
 /// The real machine with a desktop: message boxes are windows.
 class DesktopHost : public EventLoopHost
 {
@@ -15,3 +18,5 @@ private:
     /// Made with the first box that shows it: the toolkit keeps a copy of every one it ever made.
     QIcon m_criticalIcon;
 };
+
+} // namespace Tavrel

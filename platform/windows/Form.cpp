@@ -5,6 +5,9 @@
 #include <QCloseEvent>
 #include <QKeyEvent>
 
+namespace Tavrel
+{
+
 Form::Form(const QString &name, const QString &caption, int clientWidth, int clientHeight,
            Qt::WindowFlags titleBarButtons)
     : QWidget(nullptr, Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | titleBarButtons)
@@ -37,3 +40,5 @@ void Form::closeEvent(QCloseEvent *event)
     if (const auto unloaded = m_unloaded) // unloading clears the member
         unloaded();
 }
+
+} // namespace Tavrel

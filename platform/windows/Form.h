@@ -5,6 +5,9 @@
 
 #include <functional>
 
+namespace Tavrel
+{
+
 /// A window of fixed size with a title bar: a top-level window of its own on the desktop.
 class Form : public QWidget
 {
@@ -29,3 +32,5 @@ private:
     QAbstractButton *m_cancelButton = nullptr;
     std::function<void()> m_unloaded;
 };
+
+} // namespace Tavrel

@@ -2,6 +2,9 @@
 
 #include <QPainter>
 
+namespace Tavrel
+{
+
 Image::Image(const QPixmap &picture, QWidget *parent) : QWidget(parent), m_picture(picture)
 {
     setAttribute(Qt::WA_OpaquePaintEvent);
@@ -12,3 +15,5 @@ void Image::paintEvent(QPaintEvent *)
 {
     QPainter(this).drawPixmap(0, 0, m_picture);
 }
+
+} // namespace Tavrel

@@ -3,6 +3,9 @@
 #include <QPixmap>
 #include <QWidget>
 
+namespace Tavrel
+{
+
 /// An opaque bitmap that covers the whole of the control.
 class Image : public QWidget
 {
@@ -18,3 +21,5 @@ protected:
 private:
     QPixmap m_picture;
 };
+
+} // namespace Tavrel

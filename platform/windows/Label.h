@@ -2,6 +2,9 @@
 
 #include <QLabel>
 
+namespace Tavrel
+{
+
 /// A label whose text is squeezed, not cut, when the typeface at hand is too wide for its place.
 class Label : public QLabel
 {
@@ -11,3 +14,5 @@ public:
 protected:
     void resizeEvent(QResizeEvent *event) override;
 };
+
+} // namespace Tavrel

@@ -2,6 +2,9 @@
 
 #include <memory>
 
+namespace Tavrel
+{
+
 /// A form that is made when it is first touched and gone once it is unloaded, however it comes to
 /// be closed. The next touch makes it anew.
 template <typename Window> class OnDemand
@@ -33,3 +36,5 @@ public:
 private:
     std::unique_ptr<Window> m_window;
 };
+
+} // namespace Tavrel

@@ -5,6 +5,9 @@
 #include <QPainter>
 #include <qdrawutil.h>
 
+namespace Tavrel
+{
+
 OptionButton::OptionButton(const QString &caption, QWidget *parent) : QAbstractButton(parent)
 {
     setText(caption);
@@ -52,3 +55,5 @@ void OptionButton::paintEvent(QPaintEvent *)
     if (hasFocus())
         drawFocus(painter, rect(), m_foreColor);
 }
+
+} // namespace Tavrel

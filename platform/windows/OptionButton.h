@@ -3,6 +3,9 @@
 #include <QAbstractButton>
 #include <QColor>
 
+namespace Tavrel
+{
+
 /// An option button in graphical style: a push button that stays down while it is selected, in
 /// colours of its own. The options in one container exclude each other; `toggled(true)` says
 /// that the button became selected, by the user or by the program.
@@ -25,3 +28,5 @@ private:
     QColor m_foreColor;
     QColor m_backColor;
 };
+
+} // namespace Tavrel

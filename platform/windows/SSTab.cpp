@@ -5,6 +5,9 @@
 #include <QStyleOptionTabWidgetFrame>
 #include <QTabBar>
 
+namespace Tavrel
+{
+
 namespace
 {
 
@@ -62,3 +65,5 @@ void SSTab::placeOn(QWidget &control, const Placement &placement) const
     control.move(control.pos() -
                  style()->subElementRect(QStyle::SE_TabWidgetTabContents, &frame, this).topLeft());
 }
+
+} // namespace Tavrel

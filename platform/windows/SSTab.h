@@ -4,6 +4,9 @@
 
 #include <QTabWidget>
 
+namespace Tavrel
+{
+
 /// A tab strip whose tabs share its whole width in one row. What stands on a tab is placed from
 /// the corner of the strip itself.
 class SSTab : public QTabWidget
@@ -19,3 +22,5 @@ public:
     void placeOn(QWidget &control, const Placement &placement) const;
     QWidget *page(int tab) const { return widget(tab); }
 };
+
+} // namespace Tavrel

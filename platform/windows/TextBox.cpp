@@ -5,6 +5,9 @@
 #include <QStyle>
 #include <QStyleOptionFrame>
 
+namespace Tavrel
+{
+
 TextBox::TextBox(Overlong overlong, QWidget *parent) : QLineEdit(parent), m_overlong(overlong)
 {
     setReadOnly(true);
@@ -30,3 +33,5 @@ int TextBox::textWidth() const
     return style()->subElementRect(QStyle::SE_LineEditContents, &frame, this).width() -
            2 * Padding - style()->pixelMetric(QStyle::PM_TextCursorWidth, &frame, this);
 }
+
+} // namespace Tavrel

@@ -2,6 +2,9 @@
 
 #include <QLineEdit>
 
+namespace Tavrel
+{
+
 /// A text box that the user can focus and select in, but not edit. The text stands at the left,
 /// also one that runs from right to left.
 class TextBox : public QLineEdit
@@ -20,3 +23,5 @@ private:
 
     Overlong m_overlong;
 };
+
+} // namespace Tavrel

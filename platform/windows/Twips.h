@@ -2,6 +2,9 @@
 
 #include <QWidget>
 
+namespace Tavrel
+{
+
 inline constexpr int TwipsPerPixel = 15;
 
 /// A length in twips as logical pixels, to the nearest.
@@ -24,3 +27,5 @@ inline void place(QWidget &control, const Placement &placement)
     control.setGeometry(pixels(placement.Left), pixels(placement.Top), pixels(placement.Width),
                         pixels(placement.Height));
 }
+
+} // namespace Tavrel

@@ -19,6 +19,8 @@
 
 #include <csignal>
 
+using namespace Tavrel;
+
 /// The real passing of time and events.
 class BenchHost : public RecordingHost<EventLoopHost>
 {

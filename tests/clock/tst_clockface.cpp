@@ -8,6 +8,8 @@
 
 #include <QAccessible>
 
+using namespace Tavrel;
+
 static QImage shown(QWidget *picture)
 {
     return picture->grab().toImage();

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <numeric>
 
+using namespace Tavrel;
+
 namespace
 {
 

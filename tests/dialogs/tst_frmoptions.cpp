@@ -7,6 +7,8 @@
 
 #include <QLineEdit>
 
+using namespace Tavrel;
+
 /// The dialog on the screen, reached through the names of its controls.
 class Dialog
 {

@@ -3,6 +3,8 @@
 
 #include <limits>
 
+using namespace Tavrel;
+
 class TestCMRW : public QObject
 {
     Q_OBJECT

@@ -4,6 +4,8 @@
 #include "tools/virtual-reader/ReaderProtocol.h"
 #include "tools/virtual-reader/VirtualReader.h"
 
+using namespace Tavrel;
+
 static const QByteArray Accepted("\2\6\3");
 static const QString OutOfRange = "Tavrel: Subscript out of range";
 

@@ -8,6 +8,8 @@
 #include <future>
 #include <thread>
 
+using namespace Tavrel;
+
 using namespace std::chrono_literals;
 
 static const QDateTime PunchTime(QDate(2026, 3, 9), QTime(9, 5, 1));

@@ -6,6 +6,8 @@
 
 #include <array>
 
+using namespace Tavrel;
+
 /// A driver on an open scripted link.
 struct ReaderBench {
     ReaderBench() { comm.open = true; }

@@ -6,6 +6,8 @@
 
 #include <functional>
 
+using namespace Tavrel;
+
 /// A host that shows and ends nothing but records it, and whose time of day a test sets.
 template <typename Base> class RecordingHost : public Base
 {

@@ -3,6 +3,8 @@
 #include "platform/basics/Failure.h"
 #include "platform/serial/MSComm.h"
 
+using namespace Tavrel;
+
 /// A serial control without a line: tests put bytes into it and look at what it was given.
 class ScriptedComm : public MSComm
 {

@@ -4,6 +4,8 @@
 
 #include <map>
 
+using namespace Tavrel;
+
 /// A machine where time passes only while a caller waits for events: by ticksPerPass milliseconds,
 /// or less where the caller may not be kept so long or something is to happen before.
 class ScriptedHost : public RecordingHost<Host>

@@ -5,6 +5,8 @@
 
 #include <sqlite3.h>
 
+using namespace Tavrel;
+
 /// A time database with the sample's tables, looked at past the code under test.
 class TestDatabase
 {

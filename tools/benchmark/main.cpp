@@ -21,6 +21,11 @@
 #include <map>
 #include <vector>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -49,8 +54,7 @@ double quantile(Times times, double share)
 
 QString milliseconds(const Times &times)
 {
-    return QStringLiteral("%1 ms, 95 % in %2")
-        .arg(quantile(times, 0.5), 0, 'f', 2)
+    return u"%1 ms, 95 % in %2"_s.arg(quantile(times, 0.5), 0, 'f', 2)
         .arg(quantile(times, 0.95), 0, 'f', 2);
 }
 
@@ -143,8 +147,8 @@ class Clock
 public:
     Clock()
     {
-        m_reader.linkAt(settingsFolder(ApplicationTitle) + QStringLiteral("/COM1"));
-        environment.conOV.ConnectionString(connectionString(QStringLiteral(".")));
+        m_reader.linkAt(settingsFolder(ApplicationTitle) + u"/COM1"_s);
+        environment.conOV.ConnectionString(connectionString(u"."_s));
         m_window.Show();
     }
 
@@ -205,7 +209,7 @@ void benchmarkPunch(const QString &database, bool withShares)
     for (int i = 0; i < Rounds; ++i) {
         const double lookUp = timed([&] {
             QString name;
-            GetEmployeeName(clock.host, clock.environment, QStringLiteral("1001"), name);
+            GetEmployeeName(clock.host, clock.environment, u"1001"_s, name);
         });
         const PunchTimes punch = clock.swipe();
         times["look-up"].push_back(lookUp);
@@ -218,17 +222,16 @@ void benchmarkPunch(const QString &database, bool withShares)
             times["between"].push_back(clock.swipe(false).stored);
     }
     const double ratio = quantile(times["store"], 0.5) / quantile(times["bare"], 0.5);
-    row(QStringLiteral("a punch on %1").arg(database), milliseconds(times["whole"]));
-    row(QStringLiteral("its two commits by SQLite alone"), milliseconds(times["bare"]));
-    row(QStringLiteral("its store; times those commits"),
-        QStringLiteral("%1; %2").arg(milliseconds(times["store"])).arg(ratio, 0, 'f', 2));
+    row(u"a punch on %1"_s.arg(database), milliseconds(times["whole"]));
+    row(u"its two commits by SQLite alone"_s, milliseconds(times["bare"]));
+    row(u"its store; times those commits"_s,
+        u"%1; %2"_s.arg(milliseconds(times["store"])).arg(ratio, 0, 'f', 2));
     if (!withShares)
         return;
-    row(QStringLiteral("its look-up"), milliseconds(times["look-up"]));
-    row(QStringLiteral("its frame read, its window made and filled"), milliseconds(times["made"]));
-    row(QStringLiteral("its window shown"), milliseconds(times["shown"]));
-    row(QStringLiteral("a punch whose frame comes right behind a poll"),
-        milliseconds(times["between"]));
+    row(u"its look-up"_s, milliseconds(times["look-up"]));
+    row(u"its frame read, its window made and filled"_s, milliseconds(times["made"]));
+    row(u"its window shown"_s, milliseconds(times["shown"]));
+    row(u"a punch whose frame comes right behind a poll"_s, milliseconds(times["between"]));
 }
 
 /// The parts of a tick, each done many times over.
@@ -236,7 +239,7 @@ void benchmarkTick()
 {
     constexpr int Rounds = 5000;
     for (const UserSettings::Key &key : {UserSettings::ClockIn, UserSettings::ClockOut})
-        UserSettings::write(key, QStringLiteral("06:00:00"));
+        UserSettings::write(key, u"06:00:00"_s);
     HookedHost host;
     QWidget window;
     window.setFixedSize(pixels(ClockFace::ClientWidth), pixels(ClockFace::ClientHeight));
@@ -247,8 +250,7 @@ void benchmarkTick()
             for (int i = 0; i < Rounds; ++i)
                 part();
         });
-        row(QStringLiteral("a tick: ") + QLatin1String(what),
-            QStringLiteral("%1 ms").arg(time / Rounds, 0, 'f', 3));
+        row(u"a tick: "_s + QLatin1String(what), u"%1 ms"_s.arg(time / Rounds, 0, 'f', 3));
     };
     measure("its four settings", [] {
         for (const UserSettings::Key &key : {UserSettings::ClockIn, UserSettings::ClockOut,
@@ -256,8 +258,8 @@ void benchmarkTick()
             UserSettings::read(key);
     });
     measure("its two times of day, read", [] {
-        timeText(QStringLiteral("06:00:00"));
-        timeText(QStringLiteral("06:00:00"));
+        timeText(u"06:00:00"_s);
+        timeText(u"06:00:00"_s);
     });
     measure("its six digits", [&] {
         const QString digits = formatHHNNSS(host.Now());
@@ -297,8 +299,8 @@ void benchmarkDriver()
                 giveUp("the driver has lost a frame");
         }
     });
-    row(QStringLiteral("frames of three tracks through the driver, a second"),
-        QStringLiteral("%1 million").arg(Frames / time / 1000, 0, 'f', 1));
+    row(u"frames of three tracks through the driver, a second"_s,
+        u"%1 million"_s.arg(Frames / time / 1000, 0, 'f', 1));
 }
 
 /// A clock that ends at its first tick.
@@ -330,19 +332,21 @@ void benchmarkDriver()
 
 } // namespace
 
+} // namespace Tavrel
+
+using namespace Tavrel;
+
 int main(int argc, char *argv[])
 {
     QApplication application(argc, argv);
     const QStringList arguments = QApplication::arguments();
     const QString what = arguments.value(1);
     const std::map<QString, std::function<void()>> parts{
-        {QStringLiteral("punch"),
-         [&] { benchmarkPunch(arguments.value(2), arguments.value(3) == u"shares"); }},
-        {QStringLiteral("tick"), benchmarkTick},
-        {QStringLiteral("driver"), benchmarkDriver},
-        {QStringLiteral("first-tick"), runToFirstTick},
-        {QStringLiteral("empty-window"),
-         [&] { runEmptyWindow(arguments.value(2) == u"first-tick"); }}};
+        {u"punch"_s, [&] { benchmarkPunch(arguments.value(2), arguments.value(3) == u"shares"); }},
+        {u"tick"_s, benchmarkTick},
+        {u"driver"_s, benchmarkDriver},
+        {u"first-tick"_s, runToFirstTick},
+        {u"empty-window"_s, [&] { runEmptyWindow(arguments.value(2) == u"first-tick"); }}};
     try {
         if (const auto part = parts.find(what); part != parts.end()) {
             part->second();

@@ -2,6 +2,11 @@
 
 #include <cerrno>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 ReaderLink::ReaderLink(const QString &path, const QString &name)
     : m_line([path](std::int16_t) { return path; }), m_name(name)
 {
@@ -13,9 +18,8 @@ void ReaderLink::PortOpen(bool open)
         m_line.PortOpen(open);
     } catch (const Failure &failure) {
         if (failure.number == EWOULDBLOCK || failure.number == EBUSY)
-            fail(failure.number,
-                 QStringLiteral("Another program has %1; close it first.").arg(m_name));
-        fail(failure.number, QStringLiteral("%1: %2.").arg(m_name, failure.description));
+            fail(failure.number, u"Another program has %1; close it first."_s.arg(m_name));
+        fail(failure.number, u"%1: %2."_s.arg(m_name, failure.description));
     }
 }
 
@@ -45,7 +49,7 @@ void ReaderLink::send(const QByteArray &bytes)
     try {
         m_line.Output(bytes);
     } catch (const Failure &failure) {
-        fail(failure.number, QStringLiteral("The reader at %1 has gone away.").arg(m_name));
+        fail(failure.number, u"The reader at %1 has gone away."_s.arg(m_name));
     }
 }
 
@@ -54,3 +58,5 @@ void ReaderLink::fail(std::int32_t number, const QString &words)
     m_failure = words;
     throw Failure(number, words);
 }
+
+} // namespace Tavrel

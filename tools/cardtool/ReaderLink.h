@@ -3,6 +3,9 @@
 #include "platform/basics/Failure.h"
 #include "platform/serial/TermiosComm.h"
 
+namespace Tavrel
+{
+
 /// The line to a reader, with what a technician needs and the driver keeps to itself: failures
 /// name the device and are kept, a device that goes away is a failure instead of silence, and what
 /// the reader has answered can be looked at.
@@ -42,3 +45,5 @@ private:
     QString m_failure;
     QByteArray m_answer;
 };
+
+} // namespace Tavrel

@@ -18,6 +18,11 @@
 #include <array>
 #include <iostream>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -53,28 +58,27 @@ public:
 };
 
 struct Options {
-    QCommandLineOption port{QStringLiteral("port"),
-                            QStringLiteral("The reader's port: COM1, COM2, ... or the path of a "
-                                           "device. COM1 unless given."),
-                            QStringLiteral("port"), QStringLiteral("COM1")};
-    QCommandLineOption settings{QStringLiteral("settings"),
-                                QStringLiteral("Rate, parity, data bits and stop bits of the "
-                                               "line. 9600,N,8,1 unless given."),
-                                QStringLiteral("settings"), QStringLiteral("9600,N,8,1")};
-    QCommandLineOption blockCheck{QStringLiteral("block-check"),
-                                  QStringLiteral("Write with a block check byte.")};
-    QCommandLineOption deviceType{QStringLiteral("device-type"),
-                                  QStringLiteral("0 to end written tracks with ?, 1 with <. 0 "
-                                                 "unless given."),
-                                  QStringLiteral("type"), QStringLiteral("0")};
-    QCommandLineOption bcc{QStringLiteral("bcc"),
-                           QStringLiteral("set-line: on or off, whether the reader is to expect a "
-                                          "block check byte. off unless given."),
-                           QStringLiteral("on|off"), QStringLiteral("off")};
-    QCommandLineOption oldParity{QStringLiteral("old-parity"),
-                                 QStringLiteral("set-line: the parity letter of the reader's line "
-                                                "until now. That of --settings unless given."),
-                                 QStringLiteral("letter")};
+    QCommandLineOption port{u"port"_s,
+                            u"The reader's port: COM1, COM2, ... or the path of a "
+                            "device. COM1 unless given."_s,
+                            u"port"_s, u"COM1"_s};
+    QCommandLineOption settings{u"settings"_s,
+                                u"Rate, parity, data bits and stop bits of the "
+                                "line. 9600,N,8,1 unless given."_s,
+                                u"settings"_s, u"9600,N,8,1"_s};
+    QCommandLineOption blockCheck{u"block-check"_s, u"Write with a block check byte."_s};
+    QCommandLineOption deviceType{u"device-type"_s,
+                                  u"0 to end written tracks with ?, 1 with <. 0 "
+                                  "unless given."_s,
+                                  u"type"_s, u"0"_s};
+    QCommandLineOption bcc{u"bcc"_s,
+                           u"set-line: on or off, whether the reader is to expect a "
+                           "block check byte. off unless given."_s,
+                           u"on|off"_s, u"off"_s};
+    QCommandLineOption oldParity{u"old-parity"_s,
+                                 u"set-line: the parity letter of the reader's line "
+                                 "until now. That of --settings unless given."_s,
+                                 u"letter"_s};
 };
 
 /// One parity of the reader's line: its letter and its name.
@@ -106,7 +110,7 @@ struct ReaderLine {
         const auto begins = [](const QString &text) {
             return [text](const char *choice) { return QLatin1String(choice).startsWith(text); };
         };
-        const QString format = QLatin1Char(parity.letter) + QStringLiteral(",") + bits;
+        const QString format = QLatin1Char(parity.letter) + u","_s + bits;
         return std::ranges::any_of(Choices::BaudRates, begins(rate)) &&
                std::ranges::any_of(Choices::LineFormats, begins(format.toUpper()));
     }
@@ -122,10 +126,10 @@ QString describe(const Frames::Tracks &tracks, const QString &absent)
     QStringList described;
     for (std::size_t i = 0; i < tracks.size(); ++i) {
         if (tracks[i] != absent)
-            described += QStringLiteral("track %1 ").arg(i + 1) +
-                         (tracks[i].isEmpty() ? QStringLiteral("(empty)") : tracks[i]);
+            described +=
+                u"track %1 "_s.arg(i + 1) + (tracks[i].isEmpty() ? u"(empty)"_s : tracks[i]);
     }
-    return described.isEmpty() ? QStringLiteral("no track") : described.join(u", ");
+    return described.isEmpty() ? u"no track"_s : described.join(u", ");
 }
 
 QString hex(const QByteArray &bytes)
@@ -157,7 +161,7 @@ public:
         promptOnWaiting("Swipe a card, or press Ctrl-C.");
         Frames::Tracks tracks{absent, absent, absent};
         const auto result = m_driver.ReadTracks(NoTimeout, tracks[0], tracks[1], tracks[2]);
-        return end(result, QStringLiteral("Read ") + describe(tracks, absent));
+        return end(result, u"Read "_s + describe(tracks, absent));
     }
 
     Status write(const Frames::Tracks &tracks)
@@ -165,18 +169,18 @@ public:
         promptOnWaiting("Swipe the card to write, or press Ctrl-C.");
         const auto result = m_driver.WriteTracks(0, tracks[0], tracks[1], tracks[2]);
         if (result == CMRW::Cancelled)
-            return complain(QStringLiteral("Cancelled. The reader may still be waiting with the "
-                                           "card's text, to write it on the next card. If a swipe "
-                                           "had no effect, ") +
+            return complain(u"Cancelled. The reader may still be waiting with the "
+                            "card's text, to write it on the next card. If a swipe "
+                            "had no effect, "_s +
                             CheckAll);
-        return end(result, QStringLiteral("Wrote ") + describe(tracks, {}));
+        return end(result, u"Wrote "_s + describe(tracks, {}));
     }
 
     Status info()
     {
         QByteArray answer;
         const auto result = m_driver.DownloadCommand(answer);
-        return end(result, hex(answer) + QStringLiteral("  ") + QString::fromLatin1(answer));
+        return end(result, hex(answer) + u"  "_s + QString::fromLatin1(answer));
     }
 
     Status setLine(const QString &settings, bool blockCheck, const QString &oldParity)
@@ -185,16 +189,16 @@ public:
             m_driver.SetBaudRate_BCC(settings, blockCheck ? True : False, oldParity);
         const ReaderLine line(settings);
         const Status status =
-            end(result, QStringLiteral("The reader has taken %1 baud, %2, block check %3. From now "
-                                       "on use --settings %1,%4,D,S%5; D and S are the reader's "
-                                       "own data and stop bits, which were not sent.")
-                            .arg(line.rate, QLatin1String(line.parity.name),
-                                 blockCheck ? QLatin1String("on") : QLatin1String("off"),
-                                 QString(QLatin1Char(line.parity.letter)).toUpper(),
-                                 blockCheck ? QLatin1String(" --block-check") : QLatin1String()));
+            end(result, u"The reader has taken %1 baud, %2, block check %3. From now "
+                        "on use --settings %1,%4,D,S%5; D and S are the reader's "
+                        "own data and stop bits, which were not sent."_s.arg(
+                            line.rate, QLatin1String(line.parity.name),
+                            blockCheck ? QLatin1String("on") : QLatin1String("off"),
+                            QString(QLatin1Char(line.parity.letter)).toUpper(),
+                            blockCheck ? QLatin1String(" --block-check") : QLatin1String()));
         if (status == Succeeded && !line.suitsClock())
-            complain(QStringLiteral("Warning: the clock cannot use this line. It takes 9600, 4800 "
-                                    "or 2400 with N,8,1, O,7,1 or S,7,1."));
+            complain(u"Warning: the clock cannot use this line. It takes 9600, 4800 "
+                     "or 2400 with N,8,1, O,7,1 or S,7,1."_s);
         return status;
     }
 
@@ -226,30 +230,25 @@ private:
             if (answer.isEmpty())
                 return m_host.failure;
             if (answer.size() == 1)
-                return QStringLiteral("The reader answered too little: %1; ").arg(hex(answer)) +
-                       CheckLine;
-            return QStringLiteral("The reader sent too much: %1 bytes; ").arg(answer.size()) +
-                   CheckLine;
+                return u"The reader answered too little: %1; "_s.arg(hex(answer)) + CheckLine;
+            return u"The reader sent too much: %1 bytes; "_s.arg(answer.size()) + CheckLine;
         }
         switch (result) {
         case CMRW::Success:
             return {};
         case CMRW::Cancelled:
-            return QStringLiteral("Cancelled.");
+            return u"Cancelled."_s;
         case CMRW::TimeOut:
-            return (m_link.hasUnread()
-                        ? QStringLiteral("The reader at %1 answered too late; ")
-                        : QStringLiteral("No answer from the reader at %1, which may be off; "))
+            return (m_link.hasUnread() ? u"The reader at %1 answered too late; "_s
+                                       : u"No answer from the reader at %1, which may be off; "_s)
                        .arg(m_link.name()) +
                    CheckLine;
         case CMRW::NotConnected:
             if (answer.startsWith(Frames::Stx))
-                return QStringLiteral("The reader refused (NAK); ") + CheckAll;
-            return QStringLiteral("The reader's answer is not understood: %1; ").arg(hex(answer)) +
-                   CheckLine;
+                return u"The reader refused (NAK); "_s + CheckAll;
+            return u"The reader's answer is not understood: %1; "_s.arg(hex(answer)) + CheckLine;
         case CMRW::InvalidCard:
-            return textOf(m_driver, result) + QStringLiteral(" The reader refused (NAK); ") +
-                   CheckAll;
+            return textOf(m_driver, result) + u" The reader refused (NAK); "_s + CheckAll;
         default:
             return textOf(m_driver, result);
         }
@@ -263,7 +262,7 @@ private:
 
 const QRegularExpression &comPort()
 {
-    static const QRegularExpression name(QStringLiteral("^COM([1-9][0-9]{0,3})$"),
+    static const QRegularExpression name(u"^COM([1-9][0-9]{0,3})$"_s,
                                          QRegularExpression::CaseInsensitiveOption);
     return name;
 }
@@ -294,46 +293,47 @@ constexpr std::array Commands{
 /// What is wrong with the command line, in words; empty when nothing is.
 QString mistakeIn(const QCommandLineParser &parser, const Options &options)
 {
-    static const QRegularExpression readerLine(
-        QStringLiteral("^(1200|2400|4800|9600),[oemsn](,[78],[12])?$"),
-        QRegularExpression::CaseInsensitiveOption);
-    static const QRegularExpression parityLetter(QStringLiteral("^[oemsn]$"));
+    static const QRegularExpression readerLine(u"^(1200|2400|4800|9600),[oemsn](,[78],[12])?$"_s,
+                                               QRegularExpression::CaseInsensitiveOption);
+    static const QRegularExpression parityLetter(u"^[oemsn]$"_s);
 
     const QStringList arguments = parser.positionalArguments();
     const QString name = arguments.value(0).toLower();
     const auto command = std::ranges::find_if(
         Commands, [&](const Command &known) { return name == QLatin1String(known.name); });
     if (command == Commands.end())
-        return QStringLiteral("The command is one of read, write, info and set-line.");
+        return u"The command is one of read, write, info and set-line."_s;
     const qsizetype texts = arguments.size() - 1;
     if (texts < command->fewest || texts > command->most)
-        return QStringLiteral("%1 takes %2.").arg(name, QLatin1String(command->texts));
+        return u"%1 takes %2."_s.arg(name, QLatin1String(command->texts));
 
     const QString port = parser.value(options.port);
     const QString settings = parser.value(options.settings);
     if (!comPort().match(port).hasMatch() && !port.contains(u'/'))
-        return QStringLiteral("%1 is no port: take COM1, COM2, ... or a path.").arg(port);
+        return u"%1 is no port: take COM1, COM2, ... or a path."_s.arg(port);
     try {
         parseLineSettings(settings);
     } catch (const Failure &) {
-        return QStringLiteral("%1 is no line that a port can have, as 9600,N,8,1 is.")
-            .arg(settings);
+        return u"%1 is no line that a port can have, as 9600,N,8,1 is."_s.arg(settings);
     }
     if (!QStringList{"0", "1"}.contains(parser.value(options.deviceType)))
-        return QStringLiteral("--device-type is 0 or 1.");
+        return u"--device-type is 0 or 1."_s;
     if (name != u"set-line")
         return {};
     if (!readerLine.match(arguments[1]).hasMatch())
-        return QStringLiteral("%1 is no line that a reader can have, as 9600,e is.")
-            .arg(arguments[1]);
+        return u"%1 is no line that a reader can have, as 9600,e is."_s.arg(arguments[1]);
     if (!QStringList{"on", "off"}.contains(parser.value(options.bcc), Qt::CaseInsensitive))
-        return QStringLiteral("--bcc is on or off.");
+        return u"--bcc is on or off."_s;
     if (!parityLetter.match(oldParity(parser, options)).hasMatch())
-        return QStringLiteral("--old-parity is o, e, m, s or n.");
+        return u"--old-parity is o, e, m, s or n."_s;
     return {};
 }
 
 } // namespace
+
+} // namespace Tavrel
+
+using namespace Tavrel;
 
 int main(int argc, char *argv[])
 {
@@ -344,8 +344,7 @@ int main(int argc, char *argv[])
     parser.setApplicationDescription(QString::fromLatin1(Description));
     parser.addOptions({options.port, options.settings, options.blockCheck, options.deviceType,
                        options.bcc, options.oldParity});
-    parser.addPositionalArgument(QStringLiteral("command"),
-                                 QStringLiteral("read, write, info or set-line"));
+    parser.addPositionalArgument(u"command"_s, u"read, write, info or set-line"_s);
     QString mistake = parse(parser);
     if (mistake.isEmpty())
         mistake = mistakeIn(parser, options);
@@ -359,8 +358,7 @@ int main(int argc, char *argv[])
     const QString device = number.isEmpty() ? port : serialDevice(number.toShort());
 
     ConsoleHost host;
-    ReaderLink link(device,
-                    number.isEmpty() ? device : QStringLiteral("COM%1 (%2)").arg(number, device));
+    ReaderLink link(device, number.isEmpty() ? device : u"COM%1 (%2)"_s.arg(number, device));
     CMRW driver(host, link);
     driver.CommPort(number.isEmpty() ? 1 : number.toInt());
     driver.Settings(parser.value(options.settings));

@@ -4,6 +4,11 @@
 
 #include <iostream>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 namespace Console
 {
 
@@ -25,7 +30,7 @@ Status complain(const QString &why)
 
 Status refuse(const QString &mistake)
 {
-    complain(mistake + QStringLiteral(" (--help shows the usage.)"));
+    complain(mistake + u" (--help shows the usage.)"_s);
     return NotUnderstood;
 }
 
@@ -34,7 +39,7 @@ QString visible(const QString &text)
     QString shown;
     for (const char32_t character : text.toUcs4()) {
         if (character == U'\\')
-            shown += QStringLiteral("\\\\");
+            shown += u"\\\\"_s;
         else if (character == U' ' || (QChar::isPrint(character) && !QChar::isSpace(character)))
             shown += QChar::fromUcs4(character);
         else if (character <= 0xFF)
@@ -48,8 +53,7 @@ QString visible(const QString &text)
 QString parse(QCommandLineParser &parser)
 {
     // The toolkit's own help option would bring --help-all with it.
-    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
-                                  QStringLiteral("Displays this help."));
+    const QCommandLineOption help({u"h"_s, u"help"_s}, u"Displays this help."_s);
     parser.addOption(help);
     const QCommandLineOption version = parser.addVersionOption();
     QCoreApplication::setApplicationVersion(QStringLiteral(TAVREL_VERSION));
@@ -63,3 +67,5 @@ QString parse(QCommandLineParser &parser)
 }
 
 } // namespace Console
+
+} // namespace Tavrel

@@ -3,6 +3,9 @@
 #include <QCommandLineParser>
 #include <QString>
 
+namespace Tavrel
+{
+
 /// What the tools have in common at a terminal: their words, their status and their command line.
 namespace Console
 {
@@ -32,3 +35,5 @@ Status refuse(const QString &mistake);
 QString parse(QCommandLineParser &parser);
 
 } // namespace Console
+
+} // namespace Tavrel

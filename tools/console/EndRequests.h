@@ -5,6 +5,9 @@
 #include <signal.h>
 #include <sys/signalfd.h>
 
+namespace Tavrel
+{
+
 /// The requests of a user or of the system that the program end, by Ctrl-C or a signal, as a
 /// descriptor that can be read. From its making on these signals do nothing else: a second Ctrl-C
 /// must not end the process before it has said why.
@@ -29,3 +32,5 @@ private:
     sigset_t m_signals;
     FileDescriptor m_requests;
 };
+
+} // namespace Tavrel

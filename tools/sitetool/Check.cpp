@@ -6,12 +6,18 @@
 
 #include <QCoreApplication>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 int check(const QStringList &arguments)
 {
     Findings findings;
-    checkDatabase(
-        arguments.value(0, QCoreApplication::applicationDirPath() + QStringLiteral("/Orvanta.mdb")),
-        findings);
+    checkDatabase(arguments.value(0, QCoreApplication::applicationDirPath() + u"/Orvanta.mdb"_s),
+                  findings);
     checkReader(findings);
     return findings.conclude();
 }
+
+} // namespace Tavrel

@@ -17,6 +17,11 @@
 #include <chrono>
 #include <utility>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -28,7 +33,7 @@ constexpr std::chrono::milliseconds Moment = 2s;
 constexpr std::chrono::milliseconds LongLook = 10s;
 
 /// The badge of the punch that is tried: a column of numbers does not keep it as it is.
-const QString TriedBadge = QStringLiteral("00123");
+const QString TriedBadge = u"00123"_s;
 
 /// What to do about a failure, by its number or by the low byte that SQLite's numbers have in
 /// common. %1 in the text is this program.
@@ -64,8 +69,7 @@ QString withAdvice(const QString &words, int number)
         for (const Advice &advice : Advices) {
             if (advice.number == key)
                 return words + u' ' +
-                       QString::fromLatin1(advice.text)
-                           .replace(QStringLiteral("%1"), Console::program());
+                       QString::fromLatin1(advice.text).replace(u"%1"_s, Console::program());
         }
     }
     return words;
@@ -113,8 +117,8 @@ class DatabaseCheck
 {
 public:
     DatabaseCheck(const QString &file, ConnectModeEnum mode, Findings &findings)
-        : m_source(QStringLiteral("Data Source=%1\\%2;Persist")
-                       .arg(QFileInfo(file).absolutePath(), QFileInfo(file).fileName())),
+        : m_source(u"Data Source=%1\\%2;Persist"_s.arg(QFileInfo(file).absolutePath(),
+                                                       QFileInfo(file).fileName())),
           m_findings(findings)
     {
         m_reading.Mode = mode;
@@ -127,7 +131,7 @@ public:
     {
         try {
             m_journalMode = rows("PRAGMA journal_mode").value(0);
-            say(Findings::Good, QStringLiteral("The journal mode is %1.").arg(m_journalMode));
+            say(Findings::Good, u"The journal mode is %1."_s.arg(m_journalMode));
             lookThrough();
             if (checkTables()) {
                 if (mayWrite)
@@ -137,8 +141,7 @@ public:
         } catch (const Failure &failure) {
             const bool isCutOff = failure.number == SQLITE_READONLY_ROLLBACK;
             say(isCutOff ? Findings::Unclear : Findings::Stopping,
-                withAdvice(QStringLiteral("The database cannot be read: ") +
-                               sentence(failure.description),
+                withAdvice(u"The database cannot be read: "_s + sentence(failure.description),
                            failure.number));
         }
     }
@@ -186,14 +189,14 @@ void DatabaseCheck::lookThrough()
     } catch (const Failure &failure) {
         found = failure.description;
         if (failure.number == SQLITE_INTERRUPT) {
-            say(Findings::Notable, QStringLiteral("The file is too large to be looked through for "
-                                                  "damage here: let sqlite3 run PRAGMA "
-                                                  "quick_check while the clock is closed."));
+            say(Findings::Notable, u"The file is too large to be looked through for "
+                                   "damage here: let sqlite3 run PRAGMA "
+                                   "quick_check while the clock is closed."_s);
             return;
         }
     }
     if (found == u"ok")
-        say(Findings::Good, QStringLiteral("The file is not damaged."));
+        say(Findings::Good, u"The file is not damaged."_s);
     else
         say(Findings::Unclear, withAdvice(sentence(found), SQLITE_CORRUPT));
 }
@@ -205,23 +208,21 @@ bool DatabaseCheck::checkTables()
         const QString name = QString::fromLatin1(table);
         const QStringList missing = missingColumns(table);
         if (missing.isEmpty()) {
-            say(Findings::Good,
-                QStringLiteral("%1 has the columns that the clock uses.").arg(name));
+            say(Findings::Good, u"%1 has the columns that the clock uses."_s.arg(name));
             if (!isWritten)
                 checkEmployees();
         } else {
             say(isWritten ? Findings::Stopping : Findings::Notable,
-                QStringLiteral("%1 is not as the clock needs it: %2. %3 new makes a file with all "
-                               "that is needed, to compare with.")
-                    .arg(name, missing.join(u", "), Console::program()));
+                u"%1 is not as the clock needs it: %2. %3 new makes a file with all "
+                "that is needed, to compare with."_s.arg(name, missing.join(u", "),
+                                                         Console::program()));
             takesPunches = takesPunches && !isWritten;
         }
     }
     for (const QString &trigger :
          rows("SELECT name || ' on ' || tbl_name FROM sqlite_master WHERE type = 'trigger' AND "
               "lower(tbl_name) IN ('rawdata', 'rawdatadetails')"))
-        say(Findings::Notable,
-            QStringLiteral("The trigger %1 runs within each punch.").arg(trigger));
+        say(Findings::Notable, u"The trigger %1 runs within each punch."_s.arg(trigger));
     return takesPunches;
 }
 
@@ -233,8 +234,8 @@ QStringList DatabaseCheck::missingColumns(const char *table)
         if (qstrcmp(needed.table, table) != 0)
             continue;
         try {
-            rows(QStringLiteral("SELECT `%2` FROM `%1` LIMIT 0")
-                     .arg(QLatin1String(table), QLatin1String(needed.column)));
+            rows(u"SELECT `%2` FROM `%1` LIMIT 0"_s.arg(QLatin1String(table),
+                                                        QLatin1String(needed.column)));
         } catch (const Failure &failure) {
             missing += failure.description;
         }
@@ -247,14 +248,14 @@ void DatabaseCheck::checkEmployees()
 {
     constexpr qsizetype MostShown = 10;
     if (rows("SELECT 1 FROM Employee LIMIT 1").isEmpty())
-        say(Findings::Notable, QStringLiteral("There are no employees: each badge is Unknown."));
+        say(Findings::Notable, u"There are no employees: each badge is Unknown."_s);
     for (const Doubt &doubt : Doubts) {
         const QStringList badges = rows(doubt.query);
         if (badges.isEmpty())
             continue;
         QString shown = badges.mid(0, MostShown).join(u", ");
         if (badges.size() > MostShown)
-            shown += QStringLiteral(" and %1 more").arg(badges.size() - MostShown);
+            shown += u" and %1 more"_s.arg(badges.size() - MostShown);
         say(Findings::Notable, QString::fromLatin1(doubt.words).arg(shown));
     }
     checkEmployeeBadges();
@@ -264,13 +265,12 @@ void DatabaseCheck::checkEmployees()
 void DatabaseCheck::checkEmployeeBadges()
 {
     execute(m_reading, "CREATE TEMP TABLE Tried AS SELECT PersonalID FROM main.Employee LIMIT 0");
-    Statement(m_reading, QStringLiteral("INSERT INTO Tried VALUES (?1)"), {TriedBadge}).execute();
+    Statement(m_reading, u"INSERT INTO Tried VALUES (?1)"_s, {TriedBadge}).execute();
     const QString stored = rows("SELECT PersonalID FROM Tried").value(0);
     if (stored != TriedBadge)
-        say(Findings::Notable, QStringLiteral("Employee.PersonalID is declared as a number, so the "
-                                              "badges %1 and %2 are one employee's. Declare it as "
-                                              "VARCHAR(50).")
-                                   .arg(TriedBadge, stored));
+        say(Findings::Notable, u"Employee.PersonalID is declared as a number, so the "
+                               "badges %1 and %2 are one employee's. Declare it as "
+                               "VARCHAR(50)."_s.arg(TriedBadge, stored));
 }
 
 void DatabaseCheck::tryPunch()
@@ -290,8 +290,8 @@ void DatabaseCheck::tryPunch()
         execute(connection, "BEGIN IMMEDIATE");
         SavePunch(host, environment, TriedBadge, host.Now(), 1);
         if (host.box.isEmpty()) {
-            Statement stored(connection, QStringLiteral("SELECT ID, PersonalID FROM RawDataDetails "
-                                                        "WHERE _rowid_ = last_insert_rowid()"));
+            Statement stored(connection, u"SELECT ID, PersonalID FROM RawDataDetails "
+                                         "WHERE _rowid_ = last_insert_rowid()"_s);
             if (stored.step()) {
                 batch = stored.value(0).toVariant();
                 badge = stored.value(1).toVariant();
@@ -305,7 +305,7 @@ void DatabaseCheck::tryPunch()
         checkBatch(batch);
     } else {
         say(Findings::Stopping,
-            withAdvice(QStringLiteral("A punch is refused: ") + sentence(host.box), host.number));
+            withAdvice(u"A punch is refused: "_s + sentence(host.box), host.number));
     }
 }
 
@@ -317,35 +317,32 @@ void DatabaseCheck::checkBadge(const QVariant &stored)
         return;
     const QString reason =
         isText || stored.isNull()
-            ? QStringLiteral("A trigger on RawDataDetails changes it.")
-            : QStringLiteral("RawDataDetails.PersonalID is declared as a number: make a file by "
-                             "%1 new, where it is VARCHAR(50), and copy the rows there.")
-                  .arg(Console::program());
-    say(Findings::Wrong, QStringLiteral("A punch of badge %1 is stored for badge \"%2\". %3")
-                             .arg(TriedBadge, stored.toString(), reason));
+            ? u"A trigger on RawDataDetails changes it."_s
+            : u"RawDataDetails.PersonalID is declared as a number: make a file by "
+              "%1 new, where it is VARCHAR(50), and copy the rows there."_s.arg(Console::program());
+    say(Findings::Wrong, u"A punch of badge %1 is stored for badge \"%2\". %3"_s.arg(
+                             TriedBadge, stored.toString(), reason));
 }
 
 void DatabaseCheck::checkBatch(const QVariant &batch)
 {
     Statement counts(m_reading,
-                     QStringLiteral("SELECT RecordCount, (SELECT count(*) FROM RawDataDetails "
-                                    "WHERE ID = ?1) FROM RawData WHERE ID = ?1"),
+                     u"SELECT RecordCount, (SELECT count(*) FROM RawDataDetails "
+                     "WHERE ID = ?1) FROM RawData WHERE ID = ?1"_s,
                      {batch});
     if (!counts.step()) {
-        say(Findings::Good,
-            QStringLiteral("The next punch begins the batch %1.").arg(batch.toString()));
+        say(Findings::Good, u"The next punch begins the batch %1."_s.arg(batch.toString()));
         return;
     }
     const QString counted = counts.value(0).toVariant().toString();
     const QString punches = counts.value(1).toVariant().toString();
-    const QString joins =
-        QStringLiteral("The next punch joins the batch %1, ").arg(batch.toString());
+    const QString joins = u"The next punch joins the batch %1, "_s.arg(batch.toString());
     if (counted == punches)
-        say(Findings::Good, joins + QStringLiteral("which has %1 punches.").arg(punches));
+        say(Findings::Good, joins + u"which has %1 punches."_s.arg(punches));
     else
-        say(Findings::Notable, joins + QStringLiteral("which has %1 punches but \"%2\" as its "
-                                                      "RecordCount, which the clock only adds to.")
-                                           .arg(punches, counted));
+        say(Findings::Notable,
+            joins + u"which has %1 punches but \"%2\" as its "
+                    "RecordCount, which the clock only adds to."_s.arg(punches, counted));
 }
 
 void DatabaseCheck::showLastPunch()
@@ -354,27 +351,24 @@ void DatabaseCheck::showLastPunch()
     // another day, so all of the last rows are looked at and not only those up to another day's.
     constexpr int MostLookedAt = 10000;
     try {
-        Statement last(m_reading,
-                       QStringLiteral("SELECT PersonalID, EventStatus, DateTime "
-                                      "FROM RawDataDetails ORDER BY _rowid_ DESC LIMIT 1"));
+        Statement last(m_reading, u"SELECT PersonalID, EventStatus, DateTime "
+                                  "FROM RawDataDetails ORDER BY _rowid_ DESC LIMIT 1"_s);
         if (!last.step()) {
-            say(Findings::Good, QStringLiteral("No punch is stored yet."));
+            say(Findings::Good, u"No punch is stored yet."_s);
             return;
         }
-        const QStringList ofToday = rows(
-            QStringLiteral("SELECT count(*) FROM (SELECT DateTime FROM RawDataDetails "
-                           "ORDER BY _rowid_ DESC LIMIT ?1) WHERE substr(DateTime, 1, 10) = ?2"),
-            {MostLookedAt, QDate::currentDate().toString(Qt::ISODate)});
+        const QStringList ofToday =
+            rows(u"SELECT count(*) FROM (SELECT DateTime FROM RawDataDetails "
+                 "ORDER BY _rowid_ DESC LIMIT ?1) WHERE substr(DateTime, 1, 10) = ?2"_s,
+                 {MostLookedAt, QDate::currentDate().toString(Qt::ISODate)});
         say(Findings::Good,
-            QStringLiteral("The last stored punch is of badge \"%1\", %2, at %3. Punches of today: "
-                           "%4.")
-                .arg(last.value(0).toVariant().toString(),
-                     last.value(1).toVariant() == 1 ? QStringLiteral("Clock In")
-                                                    : QStringLiteral("Clock Out"),
-                     last.value(2).toVariant().toString(), ofToday.value(0)));
+            u"The last stored punch is of badge \"%1\", %2, at %3. Punches of today: "
+            "%4."_s.arg(last.value(0).toVariant().toString(),
+                        last.value(1).toVariant() == 1 ? u"Clock In"_s : u"Clock Out"_s,
+                        last.value(2).toVariant().toString(), ofToday.value(0)));
     } catch (const Failure &failure) {
-        say(Findings::Notable, QStringLiteral("The last stored punch cannot be read: ") +
-                                   sentence(failure.description));
+        say(Findings::Notable,
+            u"The last stored punch cannot be read: "_s + sentence(failure.description));
     }
 }
 
@@ -388,16 +382,15 @@ bool mayWrite(const QString &path, Findings &findings)
     const QString folder = QFileInfo(path).path();
     for (const auto &[place, rights] : {std::pair(path, R_OK | W_OK), {folder, W_OK | X_OK}}) {
         if (const QString reason = hindrance(place, rights); !reason.isEmpty()) {
-            findings.say(Findings::Stopping,
-                         QStringLiteral("%1 cannot be written: %2").arg(place, reason));
+            findings.say(Findings::Stopping, u"%1 cannot be written: %2"_s.arg(place, reason));
             may = false;
         }
     }
     const QStorageInfo disk(folder); // which is not known everywhere
     if (disk.isValid() && disk.bytesAvailable() < RoomForPunch)
-        findings.say(Findings::Stopping, QStringLiteral("The disk is full, at %1.").arg(folder));
+        findings.say(Findings::Stopping, u"The disk is full, at %1."_s.arg(folder));
     else if (may)
-        findings.say(Findings::Good, QStringLiteral("It and its folder can be written."));
+        findings.say(Findings::Good, u"It and its folder can be written."_s);
     return may;
 }
 
@@ -419,9 +412,9 @@ void checkDatabase(const QString &file, Findings &findings)
     QString shown = path;
     if (named.isSymLink()) {
         path = named.exists() ? named.canonicalFilePath() : named.symLinkTarget();
-        shown += QStringLiteral(", a link to ") + path;
+        shown += u", a link to "_s + path;
     }
-    shown = QStringLiteral("The database is %1.").arg(shown);
+    shown = u"The database is %1."_s.arg(shown);
 
     // A folder that this user may not enter hides whether the file is there.
     QString reason = hindrance(QFileInfo(path).path(), X_OK);
@@ -429,9 +422,8 @@ void checkDatabase(const QString &file, Findings &findings)
         reason = hindrance(path, F_OK);
     if (!reason.isEmpty()) {
         findings.say(Findings::Stopping,
-                     shown + QStringLiteral(" It cannot be reached: %1 Where there is none, %2 new "
-                                            "makes one.")
-                                 .arg(reason, Console::program()));
+                     shown + u" It cannot be reached: %1 Where there is none, %2 new "
+                             "makes one."_s.arg(reason, Console::program()));
         return;
     }
     findings.say(Findings::Good, shown);
@@ -442,3 +434,5 @@ void checkDatabase(const QString &file, Findings &findings)
     if (isWritable || !needsFiles)
         DatabaseCheck(path, needsFiles ? adModeReadWrite : adModeRead, findings).run(isWritable);
 }
+
+} // namespace Tavrel

@@ -2,6 +2,9 @@
 
 #include "tools/sitetool/Findings.h"
 
+namespace Tavrel
+{
+
 /// Says what the clock will meet in the database that `file` names, itself or as a link, and
 /// whether it would store a punch there.
 ///
@@ -11,3 +14,5 @@
 /// database in SQLite's mode WAL gets the two files beside it that each opening makes, for as long
 /// as it is open.
 void checkDatabase(const QString &file, Findings &findings);
+
+} // namespace Tavrel

@@ -23,6 +23,11 @@
 #include <limits>
 #include <optional>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -36,32 +41,31 @@ void checkSettingsFile(Findings &findings)
     const QFileInfo file(path);
     if (!file.exists() && !file.isSymLink()) {
         findings.say(Findings::Good,
-                     QStringLiteral("There is no %1 yet: each setting has its default.").arg(path));
+                     u"There is no %1 yet: each setting has its default."_s.arg(path));
         return;
     }
     QFile content(path);
     QString wrong;
     if (!file.isFile())
-        wrong = QStringLiteral("is no file");
+        wrong = u"is no file"_s;
     else if (!content.open(QIODevice::ReadOnly))
-        wrong = QStringLiteral("cannot be read by this user");
+        wrong = u"cannot be read by this user"_s;
     else if (!content.readAll().isValidUtf8() ||
              QSettings(path, QSettings::NativeFormat).status() != QSettings::NoError)
-        wrong = QStringLiteral("is no ini file in UTF-8");
+        wrong = u"is no ini file in UTF-8"_s;
 
     if (wrong.isEmpty())
-        findings.say(Findings::Good, QStringLiteral("The settings are in %1.").arg(path));
+        findings.say(Findings::Good, u"The settings are in %1."_s.arg(path));
     else
         findings.say(Findings::Notable,
-                     QStringLiteral("%1 %2: settings have their defaults, and Options cannot store "
-                                    "any. Move it away.")
-                         .arg(path, wrong));
+                     u"%1 %2: settings have their defaults, and Options cannot store "
+                     "any. Move it away."_s.arg(path, wrong));
 }
 
 QString shown(const UserSettings::Key &key)
 {
-    return QStringLiteral("%1/%2 is \"%3\"")
-        .arg(QLatin1String(key.section), QLatin1String(key.name), UserSettings::read(key));
+    return u"%1/%2 is \"%3\""_s.arg(QLatin1String(key.section), QLatin1String(key.name),
+                                    UserSettings::read(key));
 }
 
 /// The position stored under `key`, as the clock reads it; none where it cannot be read.
@@ -76,15 +80,13 @@ std::optional<std::int16_t> checkPosition(const UserSettings::Key &key, const En
         const QString entry = Choices::choose(choices, *position);
         const bool isPlain = UserSettings::read(key) == QString::number(*position);
         findings.say(isPlain ? Findings::Good : Findings::Notable,
-                     shown(key) + (isPlain ? QStringLiteral(": %1.").arg(entry)
-                                           : QStringLiteral(", which is taken for %1: %2. %3")
-                                                 .arg(*position)
-                                                 .arg(entry, QLatin1String(SetRight))));
+                     shown(key) + (isPlain
+                                       ? u": %1."_s.arg(entry)
+                                       : u", which is taken for %1: %2. %3"_s.arg(*position).arg(
+                                             entry, QLatin1String(SetRight))));
     } catch (const Failure &) {
-        findings.say(
-            position ? ifOutside : Findings::Stopping,
-            shown(key) +
-                QStringLiteral(", which stands for nothing. %1").arg(QLatin1String(SetRight)));
+        findings.say(position ? ifOutside : Findings::Stopping,
+                     shown(key) + u", which stands for nothing. %1"_s.arg(QLatin1String(SetRight)));
     }
     return position;
 }
@@ -108,9 +110,9 @@ void checkAutoSwitch(Findings &findings)
             findings.say(Findings::Good, shown(key) + u'.');
         } catch (const Failure &failure) {
             findings.say(Findings::Notable,
-                         shown(key) + QStringLiteral(" (%1): the clock does not switch by itself "
-                                                     "between Clock In and Clock Out. %2")
-                                          .arg(failure.description, QLatin1String(SetRight)));
+                         shown(key) + u" (%1): the clock does not switch by itself "
+                                      "between Clock In and Clock Out. %2"_s.arg(
+                                          failure.description, QLatin1String(SetRight)));
         }
     }
 }
@@ -125,12 +127,11 @@ bool isLine(const QString &path)
     if (QFileInfo(path).canonicalPath() == u"/dev/pts")
         return true;
     const QString device =
-        QStringLiteral("/sys/dev/char/%1:%2").arg(major(status.st_rdev)).arg(minor(status.st_rdev));
-    QFile hardware(device + QStringLiteral("/type")); // 0 where a port is only reserved
+        u"/sys/dev/char/%1:%2"_s.arg(major(status.st_rdev)).arg(minor(status.st_rdev));
+    QFile hardware(device + u"/type"_s); // 0 where a port is only reserved
     const bool isReserved =
         hardware.open(QIODevice::ReadOnly) && hardware.readAll().trimmed() == "0";
-    return QFileInfo(device + QStringLiteral("/subsystem")).canonicalFilePath().endsWith(u"/tty") &&
-           !isReserved;
+    return QFileInfo(device + u"/subsystem"_s).canonicalFilePath().endsWith(u"/tty") && !isReserved;
 }
 
 /// Why the clock could not open the device, and what to do about it if the clock is to use it;
@@ -141,16 +142,16 @@ QString obstacle(const QString &path, bool isUsed)
     if (const QString missing = hindrance(path, F_OK); !missing.isEmpty())
         return missing + setRight;
     if (!isLine(path))
-        return QStringLiteral("It is not a serial line.") + setRight;
+        return u"It is not a serial line."_s + setRight;
     return hindrance(path, R_OK | W_OK);
 }
 
 void checkPort(int port, bool isUsed, const std::optional<LockHolder> &clock, Findings &findings)
 {
     const QString path = serialDevice(static_cast<std::int16_t>(port));
-    QString line = QStringLiteral("COM%1 is %2").arg(port).arg(path);
+    QString line = u"COM%1 is %2"_s.arg(port).arg(path);
     if (const QFileInfo link(path); link.isSymLink())
-        line += QStringLiteral(", a link to ") + link.symLinkTarget();
+        line += u", a link to "_s + link.symLinkTarget();
     line += u'.';
 
     const QString reason = obstacle(path, isUsed);
@@ -160,15 +161,15 @@ void checkPort(int port, bool isUsed, const std::optional<LockHolder> &clock, Fi
     if (!reason.isEmpty())
         line += u' ' + reason;
     else if (holder && !isHeldByClock)
-        line += QStringLiteral(" %1 has it.").arg(holder->name) +
-                (isUsed ? QStringLiteral(" Close that, then open and close Options.") : QString());
+        line += u" %1 has it."_s.arg(holder->name) +
+                (isUsed ? u" Close that, then open and close Options."_s : QString());
     else if (isUsed && clock && !holder)
-        line += QStringLiteral(" The running clock has not opened it: open and close Options.");
+        line += u" The running clock has not opened it: open and close Options."_s;
     else
         weight = Findings::Good;
     if (isHeldByClock)
-        line += QStringLiteral(" The clock has it.");
-    findings.say(weight, isUsed ? line : line + QStringLiteral(" The settings do not name it."));
+        line += u" The clock has it."_s;
+    findings.say(weight, isUsed ? line : line + u" The settings do not name it."_s);
 }
 
 std::optional<LockHolder> runningClock()
@@ -195,11 +196,13 @@ void checkReader(Findings &findings)
 
     const auto clock = runningClock();
     findings.say(clock ? Findings::Good : Findings::Stopping,
-                 clock ? QStringLiteral("The clock is running: %1.").arg(clock->name)
-                       : QStringLiteral("The clock is not running for this user: start it."));
+                 clock ? u"The clock is running: %1."_s.arg(clock->name)
+                       : u"The clock is not running for this user: start it."_s);
     constexpr int Ports = static_cast<int>(Choices::Ports.size());
     for (int port = 1; port <= Ports; ++port)
         checkPort(port, position == port - 1, clock, findings);
     if (position && (*position < 0 || *position >= Ports))
         checkPort(*position + 1, true, clock, findings);
 }
+
+} // namespace Tavrel

@@ -12,6 +12,11 @@
 #include <cerrno>
 #include <cstring>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -19,9 +24,8 @@ namespace
 {
     const int error = errno;
     if (error == EEXIST)
-        throw NotDone{QStringLiteral("%1 exists already and is left as it is.").arg(target)};
-    throw NotDone{QStringLiteral("%1 cannot be made: %2.")
-                      .arg(target, QString::fromLocal8Bit(strerror(error)))};
+        throw NotDone{u"%1 exists already and is left as it is."_s.arg(target)};
+    throw NotDone{u"%1 cannot be made: %2."_s.arg(target, QString::fromLocal8Bit(strerror(error)))};
 }
 
 } // namespace
@@ -30,7 +34,7 @@ QString databaseNamed(const QString &file)
 {
     if (!file.isNull())
         return file;
-    const QFileInfo usual(QCoreApplication::applicationDirPath() + QStringLiteral("/Orvanta.mdb"));
+    const QFileInfo usual(QCoreApplication::applicationDirPath() + u"/Orvanta.mdb"_s);
     return usual.isSymLink() ? usual.symLinkTarget() : usual.filePath();
 }
 
@@ -76,3 +80,5 @@ void Draft::publish()
     // Not every file system syncs folders; the file's own bytes are safe.
     ::fsync(m_folder.get());
 }
+
+} // namespace Tavrel

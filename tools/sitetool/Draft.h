@@ -5,6 +5,9 @@
 #include <QByteArray>
 #include <QString>
 
+namespace Tavrel
+{
+
 /// The path of the database that a command makes: `file`, or where that is null Orvanta.mdb in
 /// the program's folder. In an installed system the latter is a link to where the data lie, which
 /// stays: the path is then the link's target, there or not yet.
@@ -37,3 +40,5 @@ private:
     FileDescriptor m_folder;
     FileDescriptor m_file;
 };
+
+} // namespace Tavrel

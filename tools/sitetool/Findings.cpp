@@ -4,6 +4,9 @@
 
 #include <algorithm>
 
+namespace Tavrel
+{
+
 namespace
 {
 
@@ -34,3 +37,5 @@ int Findings::conclude() const
     Console::say(QString::fromLatin1(Wordings[m_worst].conclusion));
     return m_worst < Unclear ? Console::Succeeded : Console::Failed;
 }
+
+} // namespace Tavrel

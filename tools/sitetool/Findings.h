@@ -2,6 +2,9 @@
 
 #include <QString>
 
+namespace Tavrel
+{
+
 /// What a check has found, a line a finding on the standard output, as it is found.
 class Findings
 {
@@ -24,3 +27,5 @@ public:
 private:
     Weight m_worst = Good;
 };
+
+} // namespace Tavrel

@@ -14,6 +14,11 @@
 #include <map>
 #include <optional>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -26,10 +31,9 @@ const KindTypes &typesOf(Kind kind)
 {
     static const KindTypes All[] = {
         {{QStringLiteral("INTEGER")}, "whole numbers"},
-        {{QStringLiteral("DateTime")}, "dates and times"},
-        {{QStringLiteral("varchar"), QStringLiteral("TEXT")}, "texts"},
-        {{QStringLiteral("varchar"), QStringLiteral("TEXT"), QStringLiteral("INTEGER")},
-         "texts or whole numbers"}};
+        {{u"DateTime"_s}, "dates and times"},
+        {{u"varchar"_s, u"TEXT"_s}, "texts"},
+        {{u"varchar"_s, u"TEXT"_s, QStringLiteral("INTEGER")}, "texts or whole numbers"}};
     return All[static_cast<int>(kind)];
 }
 
@@ -54,13 +58,12 @@ void requireWhatTheClockNeeds(const std::vector<OldTable> &tables)
     }
     for (const NeededColumn &needed : NeededColumns) {
         const QString name =
-            QStringLiteral("%1.%2").arg(QLatin1String(needed.table), QLatin1String(needed.column));
+            u"%1.%2"_s.arg(QLatin1String(needed.table), QLatin1String(needed.column));
         const KindTypes &wanted = typesOf(needed.kind);
         if (!types.contains(&needed))
-            throw NotDone{QStringLiteral("%1, which the clock needs, is missing.").arg(name)};
+            throw NotDone{u"%1, which the clock needs, is missing."_s.arg(name)};
         if (!wanted.types.contains(types[&needed]))
-            throw NotDone{
-                QStringLiteral("%1 has to hold %2.").arg(name, QLatin1String(wanted.words))};
+            throw NotDone{u"%1 has to hold %2."_s.arg(name, QLatin1String(wanted.words))};
     }
 }
 
@@ -81,7 +84,7 @@ std::optional<Value> storedValue(const OldColumn &column, const NeededColumn *ne
     const bool isInteger = column.type == u"INTEGER";
     if (value.isUndefined()) {
         const bool isName = needed && qstrcmp(needed->column, "Name") == 0;
-        return isName ? Value(QStringLiteral("")) : Value();
+        return isName ? Value(u""_s) : Value();
     }
     if (value.isDouble()) {
         if (isInteger && value.toVariant().typeId() == QMetaType::LongLong)
@@ -104,7 +107,7 @@ std::optional<Value> storedValue(const OldColumn &column, const NeededColumn *ne
 
 QString quoted(QString name)
 {
-    return u'"' + name.replace(u'"', QStringLiteral("\"\"")) + u'"';
+    return u'"' + name.replace(u'"', u"\"\""_s) + u'"';
 }
 
 /// Prints a line of the report: names to the left, numbers to the right.
@@ -122,16 +125,12 @@ qint64 takeTable(const OldDatabase &old, const OldTable &table, NewDatabase &dat
         needed.push_back(neededAs(table, column));
         // The clock writes and looks up badge numbers as texts, so numbers have to become texts.
         const bool isBadge = needed.back() && needed.back()->kind == Kind::Badge;
-        columns +=
-            quoted(column.name) + u' ' + (isBadge ? QStringLiteral("TEXT") : column.type.toUpper());
+        columns += quoted(column.name) + u' ' + (isBadge ? u"TEXT"_s : column.type.toUpper());
     }
-    database.run(QStringLiteral("CREATE TABLE %1 (%2)")
-                     .arg(quoted(table.name), columns.join(u", "))
-                     .toUtf8());
-    const QStringList places(columns.size(), QStringLiteral("?"));
-    database.prepareInsert(QStringLiteral("INSERT INTO %1 VALUES (%2)")
-                               .arg(quoted(table.name), places.join(u", "))
-                               .toUtf8());
+    database.run(u"CREATE TABLE %1 (%2)"_s.arg(quoted(table.name), columns.join(u", ")).toUtf8());
+    const QStringList places(columns.size(), u"?"_s);
+    database.prepareInsert(
+        u"INSERT INTO %1 VALUES (%2)"_s.arg(quoted(table.name), places.join(u", ")).toUtf8());
 
     qint64 rows = 0;
     std::vector<Value> values(table.columns.size());
@@ -139,10 +138,9 @@ qint64 takeTable(const OldDatabase &old, const OldTable &table, NewDatabase &dat
         ++rows;
         const auto fail = [&](const QString &column, const QJsonValue &value) {
             constexpr qsizetype MostShown = 100;
-            throw NotDone{QStringLiteral("table \"%1\", column \"%2\", row %3: \"%4\" cannot be "
-                                         "imported.")
-                              .arg(table.name, column, QString::number(rows),
-                                   value.toVariant().toString().left(MostShown))};
+            throw NotDone{u"table \"%1\", column \"%2\", row %3: \"%4\" cannot be "
+                          "imported."_s.arg(table.name, column, QString::number(rows),
+                                            value.toVariant().toString().left(MostShown))};
         };
         for (std::size_t i = 0; i < values.size(); ++i) {
             const OldColumn &column = table.columns[i];
@@ -166,8 +164,7 @@ void takeOver(const OldDatabase &old, NewDatabase &database)
     qsizetype nameWidth = 0;
     for (const OldTable &table : tables)
         nameWidth = std::max(nameWidth, table.name.size());
-    print(QStringLiteral("Table"), QStringLiteral("rows in the old file"),
-          QStringLiteral("rows taken over"), nameWidth);
+    print(u"Table"_s, u"rows in the old file"_s, u"rows taken over"_s, nameWidth);
 
     database.run("BEGIN");
     for (const OldTable &table : tables) {
@@ -175,7 +172,7 @@ void takeOver(const OldDatabase &old, NewDatabase &database)
         print(table.name, rows, rows, nameWidth);
     }
     for (const QString &name : linkedTables)
-        print(name, QStringLiteral("in another file"), QStringLiteral("none"), nameWidth);
+        print(name, u"in another file"_s, u"none"_s, nameWidth);
     // What the clock looks for at a swipe. No old table has a point in its name.
     database.run("CREATE INDEX `RawData.DownloadResult` ON RawData (DownloadResult);"
                  "CREATE INDEX `Employee.PersonalID` ON Employee (PersonalID);"
@@ -193,10 +190,12 @@ int importOld(const QStringList &arguments)
     try {
         takeOver(old, database);
     } catch (const NotDone &notDone) {
-        throw NotDone{QStringLiteral("%1 is not imported: %2").arg(oldFile, notDone.why)};
+        throw NotDone{u"%1 is not imported: %2"_s.arg(oldFile, notDone.why)};
     }
     draft.write(database.bytes());
     draft.publish();
-    Console::say(QStringLiteral("Made %1.").arg(draft.target()));
+    Console::say(u"Made %1."_s.arg(draft.target()));
     return 0;
 }
+
+} // namespace Tavrel

@@ -6,16 +6,21 @@
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
 LockHolder holderOf(qint64 process)
 {
-    QFile program(QStringLiteral("/proc/%1/comm").arg(process));
+    QFile program(u"/proc/%1/comm"_s.arg(process));
     if (process <= 0 || !program.open(QIODevice::ReadOnly))
-        return {0, QStringLiteral("another program")};
+        return {0, u"another program"_s};
     const QString name = QString::fromUtf8(program.readAll()).trimmed();
-    return {process, QStringLiteral("%1 (process %2)").arg(name).arg(process)};
+    return {process, u"%1 (process %2)"_s.arg(name).arg(process)};
 }
 
 } // namespace
@@ -23,7 +28,7 @@ LockHolder holderOf(qint64 process)
 std::optional<LockHolder> lockHolder(const QString &path)
 {
     struct stat status = {};
-    QFile locks(QStringLiteral("/proc/locks"));
+    QFile locks(u"/proc/locks"_s);
     if (::stat(QFile::encodeName(path).constData(), &status) != 0 ||
         !locks.open(QIODevice::ReadOnly))
         return {};
@@ -41,3 +46,5 @@ std::optional<LockHolder> lockHolder(const QString &path)
     }
     return {};
 }
+
+} // namespace Tavrel

@@ -4,6 +4,9 @@
 
 #include <optional>
 
+namespace Tavrel
+{
+
 /// A process that holds a file by flock(2), as the clock holds its port and its claim to run.
 struct LockHolder {
     qint64 process; ///< 0 when the system does not show which it is
@@ -14,3 +17,5 @@ struct LockHolder {
 /// asked, so the file is neither opened nor locked: a serial line stays as it is, and a clock that
 /// starts at this moment meets no lock.
 std::optional<LockHolder> lockHolder(const QString &path);
+
+} // namespace Tavrel

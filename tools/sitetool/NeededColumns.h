@@ -1,5 +1,8 @@
 #pragma once
 
+namespace Tavrel
+{
+
 enum class Kind { Whole, Moment, Text, Badge };
 
 /// What the clock needs of the tables that it uses.
@@ -22,3 +25,5 @@ inline constexpr NeededColumn NeededColumns[] = {
     {"Employee", "PersonalID", Kind::Badge},
     {"Employee", "Name", Kind::Text},
 };
+
+} // namespace Tavrel

@@ -6,9 +6,14 @@
 
 #include <QFile>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 int makeNew(const QStringList &arguments)
 {
-    QFile schema(QStringLiteral(":/store/schema.sql"));
+    QFile schema(u":/store/schema.sql"_s);
     if (!schema.open(QIODevice::ReadOnly))
         qFatal("The schema is not built in.");
 
@@ -17,6 +22,8 @@ int makeNew(const QStringList &arguments)
     database.run(schema.readAll());
     draft.write(database.bytes());
     draft.publish();
-    Console::say(QStringLiteral("Made %1.").arg(draft.target()));
+    Console::say(u"Made %1."_s.arg(draft.target()));
     return 0;
 }
+
+} // namespace Tavrel

@@ -7,6 +7,11 @@
 #include <cstdint>
 #include <limits>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -86,6 +91,8 @@ void NewDatabase::insert(const std::vector<Value> &row)
 void NewDatabase::check(int result) const
 {
     if (result != SQLITE_OK)
-        throw NotDone{QStringLiteral("The new database cannot be written: %1.")
-                          .arg(QString::fromUtf8(sqlite3_errmsg(m_database.get())))};
+        throw NotDone{u"The new database cannot be written: %1."_s.arg(
+            QString::fromUtf8(sqlite3_errmsg(m_database.get())))};
 }
+
+} // namespace Tavrel

@@ -10,6 +10,9 @@
 struct sqlite3;
 struct sqlite3_stmt;
 
+namespace Tavrel
+{
+
 /// A value as SQLite stores it: Null, a whole number, a number, a text or bytes.
 using Value = std::variant<std::monostate, qint64, double, QString, QByteArray>;
 
@@ -39,3 +42,5 @@ private:
     std::unique_ptr<sqlite3, Close> m_database;
     std::unique_ptr<sqlite3_stmt, Close> m_insert;
 };
+
+} // namespace Tavrel

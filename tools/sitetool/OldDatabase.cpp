@@ -14,6 +14,11 @@
 
 #include <csignal>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 OldDatabase::OldDatabase(const QString &path, std::chrono::milliseconds silence)
     : m_path(QFileInfo(path).absoluteFilePath()), // which no program takes for an option
       m_silence(silence)
@@ -28,26 +33,26 @@ OldDatabase::OldDatabase(const QString &path, std::chrono::milliseconds silence)
 
     QFile file(path);
     // Anything else that can be opened might keep the reader waiting.
-    require(!file.exists() || QFileInfo(path).isFile(), QStringLiteral("is not a file."));
+    require(!file.exists() || QFileInfo(path).isFile(), u"is not a file."_s);
     const bool isOpen = file.open(QIODevice::ReadOnly);
-    require(isOpen, QStringLiteral("cannot be read: %1.").arg(file.errorString()));
+    require(isOpen, u"cannot be read: %1."_s.arg(file.errorString()));
     const QByteArray head = file.read(VersionAt + 1);
     const QByteArray mark = head.mid(4, 15);
     require(head.size() > VersionAt && (mark == "Standard Jet DB" || mark == "Standard ACE DB"),
-            QStringLiteral("is not a Jet or Access database."));
+            u"is not a Jet or Access database."_s);
     m_size = file.size();
     require(m_size % (head[VersionAt] == 0 ? Jet3PageSize : PageSize) == 0,
-            QStringLiteral("does not end with a whole page: its end is missing."));
+            u"does not end with a whole page: its end is missing."_s);
 }
 
 OldDatabase::Catalogue OldDatabase::catalogue() const
 {
     enum Type { Local = 1, LinkedOdbc = 4, Linked = 6 };
     constexpr quint32 SystemFlag = 0x80000002;
-    static const QRegularExpression Definition(QStringLiteral("^\\t`((?:[^`]|``)+)`\\t+(\\w+)"));
+    static const QRegularExpression Definition(u"^\\t`((?:[^`]|``)+)`\\t+(\\w+)"_s);
 
     Catalogue found;
-    readRows(QStringLiteral("MSysObjects"), [&](const QJsonObject &object) {
+    readRows(u"MSysObjects"_s, [&](const QJsonObject &object) {
         const QString name = object[u"Name"].toString();
         const int type = object[u"Type"].toInt();
         const auto flags = static_cast<quint32>(object[u"Flags"].toInt());
@@ -59,14 +64,12 @@ OldDatabase::Catalogue OldDatabase::catalogue() const
             found.linkedTables += name;
     });
     for (OldTable &table : found.tables) {
-        run(QStringLiteral("mdb-schema"),
-            {QStringLiteral("--table=") + table.name, m_path, QStringLiteral("sqlite")},
+        run(u"mdb-schema"_s, {u"--table="_s + table.name, m_path, u"sqlite"_s},
             [&](const QByteArray &line) {
                 const auto match = Definition.match(QString::fromUtf8(line));
                 if (match.hasMatch())
                     table.columns.push_back(
-                        {match.captured(1).replace(QStringLiteral("``"), QStringLiteral("`")),
-                         match.captured(2)});
+                        {match.captured(1).replace(u"``"_s, u"`"_s), match.captured(2)});
             });
     }
     return found;
@@ -75,27 +78,25 @@ OldDatabase::Catalogue OldDatabase::catalogue() const
 qint64 OldDatabase::readRows(const QString &table,
                              const std::function<void(const QJsonObject &row)> &take) const
 {
-    static const QString Format = QStringLiteral("%Y-%m-%d %H:%M:%S");
+    static const QString Format = u"%Y-%m-%d %H:%M:%S"_s;
 
     qint64 count = -1;
-    run(QStringLiteral("mdb-count"), {m_path, table},
+    run(u"mdb-count"_s, {m_path, table},
         [&](const QByteArray &line) { count = line.toLongLong(); });
     qint64 rows = 0;
-    run(QStringLiteral("mdb-json"),
-        {QStringLiteral("-D"), Format, QStringLiteral("-T"), Format, m_path, table},
+    run(u"mdb-json"_s, {u"-D"_s, Format, u"-T"_s, Format, m_path, table},
         [&](const QByteArray &line) {
             ++rows;
             QJsonParseError error;
             const QJsonDocument row = QJsonDocument::fromJson(line, &error);
             if (!row.isObject())
-                throw NotDone{QStringLiteral("table \"%1\", row %2 cannot be read: %3.")
-                                  .arg(table, QString::number(rows), error.errorString())};
+                throw NotDone{u"table \"%1\", row %2 cannot be read: %3."_s.arg(
+                    table, QString::number(rows), error.errorString())};
             take(row.object());
         });
     if (rows != count)
-        throw NotDone{QStringLiteral("table \"%1\" is damaged: it should have %2 rows, and %3 "
-                                     "were found.")
-                          .arg(table, QString::number(count), QString::number(rows))};
+        throw NotDone{u"table \"%1\" is damaged: it should have %2 rows, and %3 "
+                      "were found."_s.arg(table, QString::number(count), QString::number(rows))};
     return rows;
 }
 
@@ -116,7 +117,7 @@ void OldDatabase::run(const QString &program, const QStringList &arguments,
         process.waitForFinished();
     });
     QProcessEnvironment environment;
-    environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
+    environment.insert(u"LC_ALL"_s, u"C.UTF-8"_s);
     process.setProcessEnvironment(environment);
     process.setChildProcessModifier([] {
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);
@@ -127,8 +128,7 @@ void OldDatabase::run(const QString &program, const QStringList &arguments,
     // Once it complains, nothing else that it says is used.
     QObject::connect(&process, &QProcess::readyReadStandardError, &process, &QProcess::kill);
     process.start(program, arguments, QIODevice::ReadOnly);
-    require(process.waitForStarted(),
-            QStringLiteral("cannot be started. Install the package mdbtools."));
+    require(process.waitForStarted(), u"cannot be started. Install the package mdbtools."_s);
 
     const auto silence = static_cast<int>(m_silence.count());
     qint64 taken = 0;
@@ -140,16 +140,17 @@ void OldDatabase::run(const QString &program, const QStringList &arguments,
         }
         require(process.bytesAvailable() <= LongestLine &&
                     taken + process.bytesAvailable() <= m_size * MostGrowth,
-                QStringLiteral("prints more than the file can hold: it is damaged."));
+                u"prints more than the file can hold: it is damaged."_s);
     }
     const bool isEnded =
         process.state() == QProcess::NotRunning || process.waitForFinished(silence);
     process.setReadChannel(QProcess::StandardError);
     const QByteArray complaint = process.readLine(LongestComplaint);
-    require(complaint.isEmpty(), QStringLiteral("says \"%1\": the file is damaged or encrypted.")
-                                     .arg(QString::fromUtf8(complaint.trimmed())));
-    require(isEnded, QStringLiteral("timed out: the file is damaged."));
-    require(process.exitStatus() == QProcess::NormalExit,
-            QStringLiteral("crashed: the file is damaged."));
-    require(process.exitCode() == 0, QStringLiteral("failed: the file is damaged."));
+    require(complaint.isEmpty(), u"says \"%1\": the file is damaged or encrypted."_s.arg(
+                                     QString::fromUtf8(complaint.trimmed())));
+    require(isEnded, u"timed out: the file is damaged."_s);
+    require(process.exitStatus() == QProcess::NormalExit, u"crashed: the file is damaged."_s);
+    require(process.exitCode() == 0, u"failed: the file is damaged."_s);
 }
+
+} // namespace Tavrel

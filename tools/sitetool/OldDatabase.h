@@ -7,6 +7,9 @@
 #include <functional>
 #include <vector>
 
+namespace Tavrel
+{
+
 struct OldColumn {
     QString name;
     QString type; ///< INTEGER, REAL, DateTime, varchar, TEXT or BLOB
@@ -48,3 +51,5 @@ private:
     qint64 m_size = 0;
     std::chrono::milliseconds m_silence;
 };
+
+} // namespace Tavrel

@@ -11,6 +11,11 @@
 #include <cerrno>
 #include <vector>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -45,24 +50,20 @@ QString remedy(const struct stat &status, mode_t rights)
     constexpr mode_t Permissions = 07777;
     const QString user = userName(::getuid());
     const QString group = groupName(status.st_gid);
-    const QString belongs =
-        QStringLiteral(" It belongs to %1 and the group %2, in mode %3.")
-            .arg(userName(status.st_uid), group, QString::number(status.st_mode & Permissions, 8));
+    const QString belongs = u" It belongs to %1 and the group %2, in mode %3."_s.arg(
+        userName(status.st_uid), group, QString::number(status.st_mode & Permissions, 8));
     const mode_t groupRights = rights << 3;
     if (status.st_uid == ::getuid() || status.st_gid == 0 ||
         (status.st_mode & groupRights) != groupRights)
-        return belongs +
-               QStringLiteral(" That leaves %1 out: the administrator gives it to a group by %2.")
-                   .arg(user, S_ISCHR(status.st_mode)
-                                  ? QStringLiteral("a udev rule, GROUP=\"dialout\", MODE=\"0660\"")
-                                  : QStringLiteral("chgrp and chmod"));
+        return belongs + u" That leaves %1 out: the administrator gives it to a group by %2."_s.arg(
+                             user, S_ISCHR(status.st_mode)
+                                       ? u"a udev rule, GROUP=\"dialout\", MODE=\"0660\""_s
+                                       : u"chgrp and chmod"_s);
     if (isEntered(status.st_gid))
-        return belongs + QStringLiteral(" %1 is in that group, but not yet in this session: log "
-                                        "out and in again.")
-                             .arg(user);
-    return belongs + QStringLiteral(" The group may use it, and %1 is not in it: sudo adduser %1 "
-                                    "%2, then log out and in again.")
-                         .arg(user, group);
+        return belongs + u" %1 is in that group, but not yet in this session: log "
+                         "out and in again."_s.arg(user);
+    return belongs + u" The group may use it, and %1 is not in it: sudo adduser %1 "
+                     "%2, then log out and in again."_s.arg(user, group);
 }
 
 } // namespace
@@ -80,3 +81,5 @@ QString hindrance(const QString &path, int rights)
         return words;
     return words + remedy(status, static_cast<mode_t>(rights));
 }
+
+} // namespace Tavrel

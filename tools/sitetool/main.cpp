@@ -10,6 +10,11 @@
 
 #include <algorithm>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -42,18 +47,22 @@ constexpr Command Commands[] = {
 QString mistakeIn(const QStringList &arguments, const Command *command)
 {
     if (arguments.isEmpty())
-        return QStringLiteral("A command is missing: new, import or check.");
+        return u"A command is missing: new, import or check."_s;
     if (command == std::end(Commands))
-        return QStringLiteral("There is no command %1.").arg(arguments[0]);
+        return u"There is no command %1."_s.arg(arguments[0]);
     if (arguments.size() - 1 < command->fewest)
-        return QStringLiteral("%1 needs the path of the old database.").arg(arguments[0]);
+        return u"%1 needs the path of the old database."_s.arg(arguments[0]);
     if (arguments.size() - 1 > command->most)
-        return QStringLiteral("%1 is one argument too many for %2.")
-            .arg(arguments[command->most + 1], arguments[0]);
+        return u"%1 is one argument too many for %2."_s.arg(arguments[command->most + 1],
+                                                            arguments[0]);
     return {};
 }
 
 } // namespace
+
+} // namespace Tavrel
+
+using namespace Tavrel;
 
 int main(int argc, char *argv[])
 {
@@ -61,9 +70,8 @@ int main(int argc, char *argv[])
     QCoreApplication application(argc, argv);
     QCommandLineParser parser;
     parser.setApplicationDescription(QString::fromLatin1(Description));
-    parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("new, import or check"));
-    parser.addPositionalArgument(QStringLiteral("files"), QStringLiteral("as above"),
-                                 QStringLiteral("[OLD.mdb] [FILE]"));
+    parser.addPositionalArgument(u"command"_s, u"new, import or check"_s);
+    parser.addPositionalArgument(u"files"_s, u"as above"_s, u"[OLD.mdb] [FILE]"_s);
     QString mistake = Console::parse(parser);
 
     QStringList arguments = parser.positionalArguments();

@@ -21,6 +21,8 @@
 #include <cstdio>
 #include <random>
 
+using namespace Tavrel;
+
 namespace
 {
 

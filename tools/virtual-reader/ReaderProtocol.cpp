@@ -2,6 +2,11 @@
 
 #include "reader/Frames.h"
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -54,20 +59,20 @@ ReaderProtocol::Reply ReaderProtocol::replyTo(const QByteArray &request)
     const bool isAccepted = manner == Manner::Accept || manner == Manner::Late;
 
     if (request == buildDownloadCommand()) {
-        reply.event = QStringLiteral("asked about itself");
+        reply.event = u"asked about itself"_s;
         reply.answer = answer(frameOf(Ack + QByteArrayLiteral("virtual reader, no hardware")));
     } else if (request[1] == Esc) {
-        reply.event = QStringLiteral("line parameters %1")
-                          .arg(static_cast<uchar>(request[3]), 2, 16, QLatin1Char('0'));
+        reply.event =
+            u"line parameters %1"_s.arg(static_cast<uchar>(request[3]), 2, 16, QLatin1Char('0'));
         reply.answer = answer(accepted);
         if (isAccepted)
             blockCheck = (request[3] & BlockCheckBit) != 0;
     } else if (const QByteArray frame = blockCheck ? request.chopped(1) : request;
                blockCheck && Frames::blockCheck(frame) != request.back()) {
-        reply.event = QStringLiteral("wrong block check");
+        reply.event = u"wrong block check"_s;
         reply.answer = manner == Manner::Never ? QByteArray() : frameOf(QByteArray(1, Nak));
     } else {
-        reply.event = QStringLiteral("card %1").arg(QString::fromLatin1(frame.mid(1).chopped(1)));
+        reply.event = u"card %1"_s.arg(QString::fromLatin1(frame.mid(1).chopped(1)));
         reply.answer = answer(accepted);
         if (isAccepted)
             m_card = frame;
@@ -93,3 +98,5 @@ QByteArray ReaderProtocol::answer(const QByteArray &accepted) const
     }
     return accepted;
 }
+
+} // namespace Tavrel

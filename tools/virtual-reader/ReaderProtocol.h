@@ -6,6 +6,9 @@
 
 #include <optional>
 
+namespace Tavrel
+{
+
 /// The reader's side of the protocol: takes written cards and commands and answers them, and has
 /// one card at hand, which is the one that was written last.
 class ReaderProtocol
@@ -41,3 +44,5 @@ private:
     QByteArray m_received;
     QByteArray m_card = "\2\3";
 };
+
+} // namespace Tavrel

@@ -17,6 +17,11 @@
 #include <cerrno>
 #include <cstdlib>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 VirtualReader::VirtualReader()
     : m_reader(::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC))
 {
@@ -48,11 +53,10 @@ void VirtualReader::linkAt(const QString &path)
     if (::symlink(QFile::encodeName(m_device), QFile::encodeName(path)) != 0) {
         const QString why = Failure::ofSystem(errno).description;
         const QFileInfo folder(QFileInfo(path).absolutePath());
-        throw Failure(Failure::PathFileAccess,
-                      QStringLiteral("cannot make the link %1: %2")
-                          .arg(path, folder.exists() ? why
-                                                     : QStringLiteral("there is no folder ") +
-                                                           folder.filePath()));
+        throw Failure(
+            Failure::PathFileAccess,
+            u"cannot make the link %1: %2"_s.arg(
+                path, folder.exists() ? why : u"there is no folder "_s + folder.filePath()));
     }
     m_link = path;
 }
@@ -89,7 +93,7 @@ QByteArray VirtualReader::receive(qsizetype atLeast)
 QByteArray swipeFrame(const QString &line)
 {
     static const QRegularExpression spelled(
-        QStringLiteral("^(?=[%;+])(?:%(.*?)[?<]?)?(?:;(.*?)[?<]?)?(?:\\+(.*?)[?<]?)?$"));
+        u"^(?=[%;+])(?:%(.*?)[?<]?)?(?:;(.*?)[?<]?)?(?:\\+(.*?)[?<]?)?$"_s);
 
     QByteArray frame(1, Frames::Stx);
     const auto addTrack = [&frame](std::size_t track, const QString &text) {
@@ -106,3 +110,5 @@ QByteArray swipeFrame(const QString &line)
     }
     return frame + Frames::Etx;
 }
+
+} // namespace Tavrel

@@ -5,6 +5,9 @@
 #include <QByteArray>
 #include <QString>
 
+namespace Tavrel
+{
+
 /// A card reader without hardware: the far end of a pseudo-terminal, whose near end a clock opens
 /// as its serial port. When the object goes, the near end hangs up, as a pulled-out reader does.
 class VirtualReader
@@ -45,3 +48,5 @@ private:
 /// with or without end sentinels, as in "%ANN;1001"; one without a text is an empty track. Any
 /// other line is a badge number on track 2.
 QByteArray swipeFrame(const QString &line);
+
+} // namespace Tavrel

@@ -13,6 +13,11 @@
 #include <chrono>
 #include <optional>
 
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -62,7 +67,7 @@ public:
     Session(ReaderProtocol protocol, const QString &link) : m_protocol(std::move(protocol))
     {
         m_reader.linkAt(link);
-        say(QStringLiteral("ready: ") + m_reader.device());
+        say(u"ready: "_s + m_reader.device());
         QObject::connect(&m_asked, &QSocketNotifier::activated, [this] { answer(); });
         QObject::connect(&m_typed, &QSocketNotifier::activated, [this] { readInput(); });
         QObject::connect(&m_ending, &QSocketNotifier::activated, [] { QCoreApplication::quit(); });
@@ -72,7 +77,7 @@ private:
     void answer()
     {
         for (const ReaderProtocol::Reply &reply : m_protocol.receive(m_reader.receive())) {
-            say(reply.request.toHex(' ').toUpper() + QStringLiteral(": ") + reply.event);
+            say(reply.request.toHex(' ').toUpper() + u": "_s + reply.event);
             if (reply.late)
                 QTimer::singleShot(LateAnswer, &m_asked, [this, reply] { send(reply.answer); });
             else
@@ -83,9 +88,8 @@ private:
     void send(const QByteArray &bytes)
     {
         if (const qsizetype dropped = bytes.size() - m_reader.send(bytes); dropped > 0)
-            complain(QStringLiteral("nobody reads the line: %1 of %2 bytes are dropped")
-                         .arg(dropped)
-                         .arg(bytes.size()));
+            complain(u"nobody reads the line: %1 of %2 bytes are dropped"_s.arg(dropped).arg(
+                bytes.size()));
     }
 
     void readInput()
@@ -123,7 +127,7 @@ private:
         else if (command.startsWith(u"!begin "))
             send(swipeFrame(line.section(u' ', 1)).chopped(2));
         else
-            complain(QStringLiteral("not understood: ") + line);
+            complain(u"not understood: "_s + line);
     }
 
     ReaderProtocol m_protocol;
@@ -137,6 +141,10 @@ private:
 
 } // namespace
 
+} // namespace Tavrel
+
+using namespace Tavrel;
+
 int main(int argc, char *argv[])
 {
     chooseUtf8Locale();
@@ -144,28 +152,26 @@ int main(int argc, char *argv[])
     QCommandLineParser parser;
     parser.setApplicationDescription(QString::fromLatin1(Description));
     const QCommandLineOption link(
-        QStringLiteral("link"),
-        QStringLiteral("Link to the reader's device, for example the COM1 in a clock's settings "
-                       "folder."),
-        QStringLiteral("path"));
-    const QCommandLineOption blockCheck(
-        QStringLiteral("block-check"),
-        QStringLiteral("Expect a block check byte in what is written."));
-    const QCommandLineOption answer(
-        QStringLiteral("answer"),
-        QStringLiteral("Answer by accept, nak, 29, one-byte, late or never."),
-        QStringLiteral("manner"), QStringLiteral("accept"));
+        u"link"_s,
+        u"Link to the reader's device, for example the COM1 in a clock's settings "
+        "folder."_s,
+        u"path"_s);
+    const QCommandLineOption blockCheck(u"block-check"_s,
+                                        u"Expect a block check byte in what is written."_s);
+    const QCommandLineOption answer(u"answer"_s,
+                                    u"Answer by accept, nak, 29, one-byte, late or never."_s,
+                                    u"manner"_s, u"accept"_s);
     parser.addOptions({link, blockCheck, answer});
 
     if (const QString mistake = parse(parser); !mistake.isEmpty())
         return refuse(mistake);
     if (!parser.positionalArguments().isEmpty())
-        return refuse(QStringLiteral("There are no arguments but the options."));
+        return refuse(u"There are no arguments but the options."_s);
     const auto manner = mannerOf(parser.value(answer).toLower());
     if (!manner)
-        return refuse(QStringLiteral("%1 is no manner of answering.").arg(parser.value(answer)));
+        return refuse(u"%1 is no manner of answering."_s.arg(parser.value(answer)));
     if (parser.value(link).isEmpty())
-        return refuse(QStringLiteral("--link is missing, with the path of the link to make."));
+        return refuse(u"--link is missing, with the path of the link to make."_s);
 
     ReaderProtocol protocol;
     protocol.blockCheck = parser.isSet(blockCheck);

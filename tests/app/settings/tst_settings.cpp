@@ -10,6 +10,8 @@
 #include <csignal>
 #include <cstdio>
 
+using namespace Tavrel;
+
 static QString get(const char *section, const char *key, const char *fallback = "-")
 {
     return GetSetting("Tavrel", section, key, fallback);

@@ -4,6 +4,8 @@
 
 #include <limits>
 
+using namespace Tavrel;
+
 class TestColumnValues : public QObject
 {
     Q_OBJECT

@@ -5,6 +5,8 @@
 
 #include <cstdio>
 
+using namespace Tavrel;
+
 static constexpr Command Batches{"`RawData`", adCmdTable, adLockOptimistic};
 static constexpr Command HighestBatch{"SELECT MAX(ID) AS MaxID FROM RawData", adCmdText,
                                       adLockReadOnly};

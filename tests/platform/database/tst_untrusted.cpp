@@ -10,6 +10,8 @@
 
 #include <numeric>
 
+using namespace Tavrel;
+
 /// What others may put into the database, or beside it, when they may write its folder.
 class TestUntrusted : public QObject
 {

@@ -6,6 +6,8 @@
 
 #include <fcntl.h>
 
+using namespace Tavrel;
+
 /// A control on the line of a reader.
 static TermiosComm onLine(const VirtualReader &reader)
 {

@@ -3,6 +3,8 @@
 #include "tests/support/Table.h"
 #include "tests/support/failureOf.h"
 
+using namespace Tavrel;
+
 class TestConversions : public QObject
 {
     Q_OBJECT

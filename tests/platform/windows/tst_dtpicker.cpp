@@ -9,6 +9,8 @@
 #include <QMimeData>
 #include <QPushButton>
 
+using namespace Tavrel;
+
 /// A picker that shows 08:15:45 in the given format, in a dialog with a default button.
 class Field
 {

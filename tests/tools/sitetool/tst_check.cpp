@@ -7,6 +7,8 @@
 #include <fcntl.h>
 #include <sys/file.h>
 
+using namespace Tavrel;
+
 /// A site of its own for each row: the sample's database, a reader on COM1, and this process in the
 /// place of the clock, with the clock's lock and the port.
 class TestCheck : public QObject
@@ -62,7 +64,8 @@ private Q_SLOTS:
             "Employee LIMIT 3; INSERT INTO RawDataDetails VALUES (0, '\x1B', 0, '2026-03-23 "
             "08:00:00', 0, 0)",
             0, "is of badge \"\\x1B\", Clock Out, at 2026-03-23 08:00:00. Punches of today: 3.");
-        row("odd badge", employees + "INSERT INTO Employee VALUES (char(27, 127, 8238, 160), NULL)", 0,
+        row("odd badge", employees + "INSERT INTO Employee VALUES (char(27, 127, 8238, 160), NULL)",
+            0,
             "note: Employees whose Name is Null, which is a message box at each swipe: "
             "\\x1B\\x7F\\u202E\\xA0.");
         row("as many as are listed",

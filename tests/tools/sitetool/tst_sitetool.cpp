@@ -15,6 +15,8 @@
 #include <cmath>
 #include <csignal>
 
+using namespace Tavrel;
+
 /// Bytes written over those of the old file at `at`; without bytes, the file is cut there.
 struct Patch {
     qsizetype at;
