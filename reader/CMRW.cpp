@@ -3,6 +3,8 @@
 #include "platform/basics/Failure.h"
 #include "reader/frmCMRW.h"
 
+#include <QScopedValueRollback>
+
 #include <algorithm>
 #include <array>
 #include <limits>
@@ -56,20 +58,6 @@ std::int32_t commandResult(const QByteArray &answer)
     const bool accepted = byteAt(answer, 0) == Frames::Stx && byteAt(answer, 1) != Frames::Nak;
     return accepted ? CMRW::Success : CMRW::NotConnected;
 }
-
-/// Holds a busy flag for as long as an operation runs.
-class Busy
-{
-public:
-    explicit Busy(Boolean &flag) : m_flag(flag) { m_flag = True; }
-    ~Busy() { m_flag = False; }
-    Busy(const Busy &) = delete;
-    Busy &operator=(const Busy &) = delete;
-
-private:
-    Boolean &m_flag;
-};
-
 /// A span of milliseconds on the host's tick count, which jumps backwards once it has reached its
 /// largest value: the span is then counted from the jump.
 class Span
@@ -133,7 +121,7 @@ std::int32_t CMRW::WriteTracks(std::int16_t /* i_iTimeout */, QString i_sTrack1,
 {
     if (m_blnWriteBusy)
         return Success;
-    const Busy busy(m_blnWriteBusy);
+    const QScopedValueRollback busy(m_blnWriteBusy, True);
     const Frames::Tracks tracks{std::move(i_sTrack1), std::move(i_sTrack2), std::move(i_sTrack3)};
     return operate([&] { return write(tracks); });
 }
@@ -143,7 +131,7 @@ std::int32_t CMRW::ReadTracks(std::int16_t i_iTimeout, QString &o_sTrack1, QStri
 {
     if (m_blnReadBusy)
         return Success;
-    const Busy busy(m_blnReadBusy);
+    const QScopedValueRollback busy(m_blnReadBusy, True);
     m_blnCancel = False;
 
     return operate([&] {

@@ -12,7 +12,7 @@ namespace
 {
 
 /// The mark of the batches that the system makes and adds to.
-const QString BatchMark = QStringLiteral("MSR");
+constexpr QLatin1StringView BatchMark("MSR");
 
 constexpr qsizetype PersonalIDSize = 50;
 
@@ -22,7 +22,7 @@ void addBatch(Recordset &batches, std::int16_t batchID, const QDateTime &now)
     batches.Collect(u"ID"_s, batchID);
     batches.Collect(u"DateTime"_s, now);
     batches.Collect(u"RecordCount"_s, 1);
-    batches.Collect(u"DownloadResult"_s, BatchMark);
+    batches.Collect(u"DownloadResult"_s, QString(BatchMark));
 }
 
 /// Brings the batch row up to date, not yet written, and returns the batch's ID.

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <utility>
 
 namespace Tavrel
 {
@@ -33,19 +32,22 @@ constexpr std::array KnownFailures{
     KnownFailure{Failure::RowChanged, "The row was changed by someone else since it was read."},
 };
 
+QString describe(Failure::Known known, const QString &subject)
+{
+    const QString words = QString::fromLatin1(
+        std::ranges::find(KnownFailures, known, &KnownFailure::number)->description);
+    return subject.isEmpty() ? words : words + u": "_s + subject;
+}
+
 } // namespace
 
 Failure::Failure(Known known, const QString &subject)
-    : number(known),
-      description(QString::fromLatin1(
-          std::ranges::find(KnownFailures, known, &KnownFailure::number)->description))
+    : Failure(static_cast<std::int32_t>(known), describe(known, subject))
 {
-    if (!subject.isEmpty())
-        description += u": "_s + subject;
 }
 
-Failure::Failure(std::int32_t failureNumber, QString failureDescription)
-    : number(failureNumber), description(std::move(failureDescription))
+Failure::Failure(std::int32_t failureNumber, const QString &failureDescription)
+    : number(failureNumber), description(failureDescription), m_what(description.toUtf8())
 {
 }
 

@@ -1,15 +1,19 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 
 #include <cstdint>
+#include <exception>
 
 namespace Tavrel
 {
 
 /// What goes wrong inside a procedure: thrown by the platform and by conversions, caught by the
 /// procedure that has a handler and shown there in a message box. It never reaches the event loop.
-struct Failure {
+class Failure : public std::exception
+{
+public:
     /// The failures that come neither from the operating system nor from the database.
     enum Known : std::int32_t {
         Overflow = 6,
@@ -29,7 +33,7 @@ struct Failure {
 
     /// `failureNumber`: SQLite's extended result code for the database, `errno` for the serial
     /// line.
-    Failure(std::int32_t failureNumber, QString failureDescription);
+    Failure(std::int32_t failureNumber, const QString &failureDescription);
 
     /// A failed call of the operating system: `errno` with its text.
     static Failure ofSystem(int errorNumber);
@@ -37,8 +41,13 @@ struct Failure {
     /// Throws the failure of the last call of the operating system unless it has succeeded.
     static void unless(bool succeeded);
 
+    const char *what() const noexcept override { return m_what.constData(); }
+
     std::int32_t number;
     QString description;
+
+private:
+    QByteArray m_what; ///< the description in UTF-8
 };
 
 } // namespace Tavrel

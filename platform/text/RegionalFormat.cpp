@@ -20,7 +20,7 @@ namespace
 constexpr double SecondsPerDay = 86400.0;
 constexpr qint64 DayZero = 2415019; // 30 December 1899, as a Julian day
 
-const QString PlainTime = u"HH:mm:ss"_s;
+constexpr QStringView PlainTime = u"HH:mm:ss";
 
 /// The pattern of the user's long time, in Qt's letters, without the zone; HH:mm:ss for a
 /// format with other letters.
@@ -38,7 +38,7 @@ QString longTimePattern(const QLocale &locale)
         // A few formats have letters that Qt would show as they are.
         if (!quoted && letter.unicode() < 0x80 && letter.isLetter() &&
             !KnownLetters.contains(letter))
-            return PlainTime;
+            return PlainTime.toString();
         withoutZone += letter;
     }
     return withoutZone.remove(u"()"_s).remove(u"[]"_s).simplified();

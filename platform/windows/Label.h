@@ -13,6 +13,9 @@ public:
 
 protected:
     void resizeEvent(QResizeEvent *event) override;
+
+private:
+    using QLabel::setText; // which does not squeeze
 };
 
 } // namespace Tavrel

@@ -19,6 +19,7 @@ public:
     void Text(const QString &text);
 
 private:
+    using QLineEdit::setText; // which does not squeeze
     int textWidth() const;
 
     Overlong m_overlong;

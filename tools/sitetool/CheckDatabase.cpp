@@ -33,7 +33,7 @@ constexpr std::chrono::milliseconds Moment = 2s;
 constexpr std::chrono::milliseconds LongLook = 10s;
 
 /// The badge of the punch that is tried: a column of numbers does not keep it as it is.
-const QString TriedBadge = u"00123"_s;
+constexpr QLatin1StringView TriedBadge("00123");
 
 /// What to do about a failure, by its number or by the low byte that SQLite's numbers have in
 /// common. %1 in the text is this program.
@@ -265,7 +265,7 @@ void DatabaseCheck::checkEmployees()
 void DatabaseCheck::checkEmployeeBadges()
 {
     execute(m_reading, "CREATE TEMP TABLE Tried AS SELECT PersonalID FROM main.Employee LIMIT 0");
-    Statement(m_reading, u"INSERT INTO Tried VALUES (?1)"_s, {TriedBadge}).execute();
+    Statement(m_reading, u"INSERT INTO Tried VALUES (?1)"_s, {QString(TriedBadge)}).execute();
     const QString stored = rows("SELECT PersonalID FROM Tried").value(0);
     if (stored != TriedBadge)
         say(Findings::Notable, u"Employee.PersonalID is declared as a number, so the "
