@@ -14,10 +14,6 @@ namespace Tavrel
 namespace App
 {
 
-inline constexpr int Major = Version::Major;
-inline constexpr int Minor = Version::Minor;
-inline constexpr int Revision = Version::Revision;
-
 /// The folder of the program's executable; it ends in a separator only when it is "/". Needs the
 /// toolkit's application object.
 QString Path();

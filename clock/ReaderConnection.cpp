@@ -32,8 +32,8 @@ void ReaderConnection::connectFromSettings()
 
     reader().Disconnect();
     reader().CommPort(port + 1);
-    reader().Settings(Choices::choose(Choices::BaudRates, rate) + u',' +
-                      Choices::choose(Choices::LineFormats, format));
+    reader().Settings(Choices::entryAt(Choices::BaudRates, rate) + u',' +
+                      Choices::entryAt(Choices::LineFormats, format));
     reader().DeviceType(0);
     reader().Connect();
 }

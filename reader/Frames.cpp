@@ -22,29 +22,29 @@ struct CodeRange {
 constexpr std::array<CodeRange, Frames::TrackCount> AllowedCodes{{{32, 95}, {48, 62}, {48, 62}}};
 
 /// A text of a command and the bits that stand for it.
-struct Choice {
-    QLatin1String text;
+struct LineCode {
+    QLatin1StringView text;
     unsigned bits;
 };
 
 constexpr std::array Rates{
-    Choice{QLatin1String("1200"), 0},
-    Choice{QLatin1String("2400"), 1},
-    Choice{QLatin1String("4800"), 2},
-    Choice{QLatin1String("9600"), 3},
+    LineCode{QLatin1StringView("1200"), 0},
+    LineCode{QLatin1StringView("2400"), 1},
+    LineCode{QLatin1StringView("4800"), 2},
+    LineCode{QLatin1StringView("9600"), 3},
 };
 constexpr std::array Parities{
-    Choice{QLatin1String("o"), 0 << 2}, Choice{QLatin1String("e"), 1 << 2},
-    Choice{QLatin1String("m"), 2 << 2}, Choice{QLatin1String("s"), 3 << 2},
-    Choice{QLatin1String("n"), 3 << 2},
+    LineCode{QLatin1StringView("o"), 0 << 2}, LineCode{QLatin1StringView("e"), 1 << 2},
+    LineCode{QLatin1StringView("m"), 2 << 2}, LineCode{QLatin1StringView("s"), 3 << 2},
+    LineCode{QLatin1StringView("n"), 3 << 2},
 };
 constexpr unsigned BlockCheckBit = 1 << 4;
 constexpr unsigned OwnParityBit = 1 << 7;
 
-template <typename Choices> unsigned bitsOf(const Choices &choices, const QString &text)
+template <typename Codes> unsigned bitsOf(const Codes &codes, const QString &text)
 {
-    const auto found = std::ranges::find(choices, text, &Choice::text);
-    return found != choices.end() ? found->bits : 0;
+    const auto found = std::ranges::find(codes, text, &LineCode::text);
+    return found != codes.end() ? found->bits : 0;
 }
 
 } // namespace

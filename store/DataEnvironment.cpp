@@ -19,8 +19,8 @@ constexpr Command EmployeeNameWithEmpIDCommand{
 
 QString connectionString(const QString &programFolder)
 {
-    return u"Provider=Microsoft.Jet.OLEDB.4.0;"_s + u"Data Source="_s + programFolder +
-           u"\\Orvanta.mdb;Persist Security Info=False"_s;
+    return u"Provider=Microsoft.Jet.OLEDB.4.0;"_s + u"Data Source="_s + programFolder + u'\\' +
+           DatabaseFile + u";Persist Security Info=False"_s;
 }
 
 void DataEnvironment::RawData()

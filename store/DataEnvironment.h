@@ -8,7 +8,10 @@
 namespace Tavrel
 {
 
-/// The connection string of the time database: always the file Orvanta.mdb in `programFolder`,
+/// The name of the time database's file.
+inline constexpr QLatin1StringView DatabaseFile("Orvanta.mdb");
+
+/// The connection string of the time database: always DatabaseFile in `programFolder`,
 /// which goes into the text as it is.
 QString connectionString(const QString &programFolder);
 

@@ -21,7 +21,7 @@ inline constexpr std::array LineFormats{"N,8,1", "O,7,1", "S,7,1"}; ///< parity,
 inline constexpr std::array Tracks{"Track1", "Track2", "Track3"};
 
 /// The entry at a stored position; failure 9 when there is none.
-template <typename Entries> QString choose(const Entries &choices, std::int16_t index)
+template <typename Entries> QString entryAt(const Entries &choices, std::int16_t index)
 {
     if (index < 0 || static_cast<std::size_t>(index) >= choices.size())
         throw Failure(Failure::SubscriptOutOfRange);

@@ -12,13 +12,6 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// A name as an identifier of the database. Back quotes never turn into a text, as double quotes
-/// do around a name that is no column.
-QString quoted(const QString &name)
-{
-    return u'`' + QString(name).replace(u'`', u"``"_s) + u'`';
-}
-
 QStringList columnNames(const Statement &statement)
 {
     QStringList names;
@@ -218,7 +211,7 @@ std::optional<Recordset::Row> Recordset::firstRow(const QString &condition, qlon
         return {};
     QStringList names; // not "*": the table may have got other columns since the call
     for (const QString &column : m_columns)
-        names += quoted(column);
+        names += quotedName(column);
     Statement query(m_connection,
                     u"SELECT %1, %2 FROM %3 WHERE %1 BETWEEN ?1 AND ?2 AND (%4) "
                     "ORDER BY %1 LIMIT 1"_s.arg(m_rowNumber, names.join(u','), m_table, condition),
@@ -247,7 +240,7 @@ void Recordset::insertPending()
     QStringList places;
     std::vector<QVariant> parameters;
     for (const auto &[index, value] : m_pending) {
-        names += quoted(m_columns[static_cast<qsizetype>(index)]);
+        names += quotedName(m_columns[static_cast<qsizetype>(index)]);
         places += u"?"_s;
         parameters.push_back(value);
     }
@@ -267,7 +260,7 @@ void Recordset::updatePending()
     QStringList conditions{m_rowNumber + u" = ?"_s};
     std::vector<QVariant> parameters;
     for (const auto &[index, value] : m_pending) {
-        const QString name = quoted(m_columns[static_cast<qsizetype>(index)]);
+        const QString name = quotedName(m_columns[static_cast<qsizetype>(index)]);
         assignments += name + u" = ?"_s;
         conditions += name + u" IS ? COLLATE BINARY"_s;
         parameters.push_back(value);

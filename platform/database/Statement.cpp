@@ -6,6 +6,13 @@
 namespace Tavrel
 {
 
+using namespace Qt::StringLiterals;
+
+QString quotedName(const QString &name)
+{
+    return u'`' + QString(name).replace(u'`', u"``"_s) + u'`';
+}
+
 Statement::Statement(Connection &connection, const QString &sql,
                      const std::vector<QVariant> &parameters)
     : m_database(connection.database())

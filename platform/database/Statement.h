@@ -14,6 +14,10 @@
 namespace Tavrel
 {
 
+/// `name` as an identifier of SQL. Back quotes never turn into a text, as double quotes do around a
+/// name that no column has.
+QString quotedName(const QString &name);
+
 /// One statement, from its preparation to its end. Every operation can fail with a failure of the
 /// connection. A statement must not outlive the use it is made for: one that is not finished locks
 /// the file for everybody else.

@@ -40,7 +40,7 @@ constexpr std::array Parities{
 constexpr std::array DataBits{Choice<tcflag_t>{"7", CS7}, Choice<tcflag_t>{"8", CS8}};
 constexpr std::array StopBits{Choice<tcflag_t>{"1", 0}, Choice<tcflag_t>{"2", CSTOPB}};
 
-template <typename Choices> auto choose(const Choices &choices, const QString &text)
+template <typename Choices> auto valueOf(const Choices &choices, const QString &text)
 {
     const auto found = std::ranges::find_if(
         choices, [&](const auto &choice) { return text == QLatin1String(choice.text); });
@@ -56,9 +56,9 @@ LineSettings parseLineSettings(const QString &text)
     const QStringList fields = text.toUpper().split(u',');
     if (fields.size() != 4)
         throw Failure::ofSystem(EINVAL);
-    const tcflag_t parity = choose(Parities, fields[1]);
-    return {choose(Rates, fields[0]),
-            parity | choose(DataBits, fields[2]) | choose(StopBits, fields[3]), parity != 0};
+    const tcflag_t parity = valueOf(Parities, fields[1]);
+    return {valueOf(Rates, fields[0]),
+            parity | valueOf(DataBits, fields[2]) | valueOf(StopBits, fields[3]), parity != 0};
 }
 
 } // namespace Tavrel

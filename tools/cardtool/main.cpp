@@ -2,7 +2,7 @@
 #include "app/settings/SerialDevice.h"
 #include "platform/basics/Failure.h"
 #include "platform/basics/Utf8Locale.h"
-#include "platform/host/EventLoopHost.h"
+#include "platform/host/WindowlessHost.h"
 #include "platform/serial/TermiosComm.h"
 #include "reader/CMRW.h"
 #include "tools/cardtool/ReaderLink.h"
@@ -46,16 +46,6 @@ constexpr char Description[] =
 constexpr char CheckLine[] = "check that --settings has the rate and parity of the reader.";
 constexpr char CheckAll[] = "check that --settings has the rate and parity of the reader, and that "
                             "--block-check is given exactly when it expects a block check.";
-
-/// The real machine without windows: the text of a message box is kept for the end of the run.
-class ConsoleHost : public EventLoopHost
-{
-public:
-    using Host::MsgBox;
-    void MsgBox(const QString &text, const QString &, MsgBoxIcon) override { failure = text; }
-
-    QString failure;
-};
 
 struct Options {
     QCommandLineOption port{u"port"_s,
@@ -149,7 +139,7 @@ QString textOf(const CMRW &driver, std::int32_t result)
 class Run
 {
 public:
-    Run(ConsoleHost &host, ReaderLink &link, CMRW &driver)
+    Run(WindowlessHost &host, ReaderLink &link, CMRW &driver)
         : m_host(host), m_link(link), m_driver(driver)
     {
     }
@@ -225,10 +215,10 @@ private:
         const QByteArray &answer = m_link.answer();
         if (!m_link.failure().isEmpty())
             return m_link.failure();
-        if (!m_host.failure.isEmpty()) {
+        if (!m_host.boxText.isEmpty()) {
             // With an answer at hand, the driver has looked for more of it or had no room for it.
             if (answer.isEmpty())
-                return m_host.failure;
+                return m_host.boxText;
             if (answer.size() == 1)
                 return u"The reader answered too little: %1; "_s.arg(hex(answer)) + CheckLine;
             return u"The reader sent too much: %1 bytes; "_s.arg(answer.size()) + CheckLine;
@@ -254,7 +244,7 @@ private:
         }
     }
 
-    ConsoleHost &m_host;
+    WindowlessHost &m_host;
     ReaderLink &m_link;
     CMRW &m_driver;
     QObject m_waiting; ///< goes with the run, and a prompt that was not needed goes with it
@@ -275,14 +265,6 @@ QString oldParity(const QCommandLineParser &parser, const Options &options)
                : parser.value(options.settings).section(u',', 1, 1).toLower();
 }
 
-/// A command, and the texts that go with it: their number, and in words.
-struct Command {
-    const char *name;
-    int fewest;
-    int most;
-    const char *texts;
-};
-
 constexpr std::array Commands{
     Command{"read", 0, 0, "no text"},
     Command{"write", 1, 3, "one to three texts"},
@@ -298,34 +280,31 @@ QString mistakeIn(const QCommandLineParser &parser, const Options &options)
     static const QRegularExpression parityLetter(u"^[oemsn]$"_s);
 
     const QStringList arguments = parser.positionalArguments();
-    const QString name = arguments.value(0).toLower();
-    const auto command = std::ranges::find_if(
-        Commands, [&](const Command &known) { return name == QLatin1String(known.name); });
-    if (command == Commands.end())
-        return u"The command is one of read, write, info and set-line."_s;
-    const qsizetype texts = arguments.size() - 1;
-    if (texts < command->fewest || texts > command->most)
-        return u"%1 takes %2."_s.arg(name, QLatin1String(command->texts));
+    if (const QString mistake = mistakeInCommand(Commands, arguments); !mistake.isEmpty())
+        return mistake;
+    const QString name = arguments[0].toLower();
 
     const QString port = parser.value(options.port);
     const QString settings = parser.value(options.settings);
     if (!comPort().match(port).hasMatch() && !port.contains(u'/'))
-        return u"%1 is no port: take COM1, COM2, ... or a path."_s.arg(port);
+        return u"Invalid --port \"%1\"; expected for example COM1 or /dev/ttyUSB0."_s.arg(port);
     try {
         parseLineSettings(settings);
     } catch (const Failure &) {
-        return u"%1 is no line that a port can have, as 9600,N,8,1 is."_s.arg(settings);
+        return u"Invalid --settings \"%1\"; expected for example 9600,N,8,1."_s.arg(settings);
     }
     if (!QStringList{"0", "1"}.contains(parser.value(options.deviceType)))
-        return u"--device-type is 0 or 1."_s;
+        return u"Invalid --device-type \"%1\"; expected 0 or 1."_s.arg(
+            parser.value(options.deviceType));
     if (name != u"set-line")
         return {};
     if (!readerLine.match(arguments[1]).hasMatch())
-        return u"%1 is no line that a reader can have, as 9600,e is."_s.arg(arguments[1]);
+        return u"Invalid SETTINGS \"%1\"; expected for example 9600,e."_s.arg(arguments[1]);
     if (!QStringList{"on", "off"}.contains(parser.value(options.bcc), Qt::CaseInsensitive))
-        return u"--bcc is on or off."_s;
+        return u"Invalid --bcc \"%1\"; expected on or off."_s.arg(parser.value(options.bcc));
     if (!parityLetter.match(oldParity(parser, options)).hasMatch())
-        return u"--old-parity is o, e, m, s or n."_s;
+        return u"Invalid --old-parity \"%1\"; expected o, e, m, s or n."_s.arg(
+            oldParity(parser, options));
     return {};
 }
 
@@ -357,7 +336,7 @@ int main(int argc, char *argv[])
     const auto number = comPort().match(port).captured(1);
     const QString device = number.isEmpty() ? port : serialDevice(number.toShort());
 
-    ConsoleHost host;
+    WindowlessHost host;
     ReaderLink link(device, number.isEmpty() ? device : u"COM%1 (%2)"_s.arg(number, device));
     CMRW driver(host, link);
     driver.CommPort(number.isEmpty() ? 1 : number.toInt());

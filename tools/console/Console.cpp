@@ -50,6 +50,24 @@ QString visible(const QString &text)
     return shown;
 }
 
+QString mistakeInCommand(std::span<const Command> commands, const QStringList &arguments)
+{
+    QStringList names;
+    for (const Command &command : commands) {
+        const QString name = QString::fromLatin1(command.name);
+        names += name;
+        if (arguments.value(0).compare(name, Qt::CaseInsensitive) != 0)
+            continue;
+        const qsizetype others = arguments.size() - 1;
+        return others < command.fewest || others > command.most
+                   ? u"%1 takes %2."_s.arg(name, QLatin1StringView(command.takes))
+                   : QString();
+    }
+    const QString known = u"expected one of "_s + names.join(u", ");
+    return arguments.isEmpty() ? u"Missing command; %1."_s.arg(known)
+                               : u"Unknown command \"%1\"; %2."_s.arg(arguments[0], known);
+}
+
 QString parse(QCommandLineParser &parser)
 {
     // The toolkit's own help option would bring --help-all with it.

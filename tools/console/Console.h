@@ -2,6 +2,9 @@
 
 #include <QCommandLineParser>
 #include <QString>
+#include <QStringList>
+
+#include <span>
 
 namespace Tavrel
 {
@@ -29,6 +32,18 @@ Status complain(const QString &why);
 /// Complains of a command line that is not understood, and points at --help. Returns
 /// NotUnderstood.
 Status refuse(const QString &mistake);
+
+/// A command of a tool, the first of its arguments in any case, and how many others it takes.
+struct Command {
+    const char *name;
+    qsizetype fewest;
+    qsizetype most;
+    const char *takes; ///< the others in words
+};
+
+/// What is wrong with the command that `arguments` begin with or with the number of the others;
+/// empty when nothing is.
+QString mistakeInCommand(std::span<const Command> commands, const QStringList &arguments);
 
 /// Parses the arguments of the program, --help and --version among them: either is answered and
 /// ends the process with Succeeded. Returns what is wrong with the arguments, empty for nothing.

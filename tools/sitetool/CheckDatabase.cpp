@@ -1,7 +1,7 @@
 #include "tools/sitetool/CheckDatabase.h"
 
 #include "platform/basics/Failure.h"
-#include "platform/host/EventLoopHost.h"
+#include "platform/host/WindowlessHost.h"
 #include "store/SavePunch.h"
 #include "tools/console/Console.h"
 #include "tools/sitetool/NeededColumns.h"
@@ -96,21 +96,6 @@ constexpr Doubt Doubts[] = {
     {"SELECT PersonalID FROM Employee WHERE typeof(PersonalID) IN ('integer', 'real')",
      "Badges stored as numbers, which have lost leading zeros and may be shown as Unknown: %1. "
      "Declare PersonalID as VARCHAR(50) and store texts."},
-};
-
-/// Keeps what the clock would show in a message box.
-class SilentHost : public EventLoopHost
-{
-public:
-    using Host::MsgBox;
-    void MsgBox(const QString &text, const QString &title, MsgBoxIcon) override
-    {
-        box = text;
-        number = title.toInt();
-    }
-
-    QString box;
-    int number = 0;
 };
 
 class DatabaseCheck
@@ -275,7 +260,7 @@ void DatabaseCheck::checkEmployeeBadges()
 
 void DatabaseCheck::tryPunch()
 {
-    SilentHost host;
+    WindowlessHost host;
     QVariant batch;
     QVariant badge;
     try {
@@ -289,7 +274,7 @@ void DatabaseCheck::tryPunch()
             execute(connection, "PRAGMA journal_mode = MEMORY");
         execute(connection, "BEGIN IMMEDIATE");
         SavePunch(host, environment, TriedBadge, host.Now(), 1);
-        if (host.box.isEmpty()) {
+        if (host.boxText.isEmpty()) {
             Statement stored(connection, u"SELECT ID, PersonalID FROM RawDataDetails "
                                          "WHERE _rowid_ = last_insert_rowid()"_s);
             if (stored.step()) {
@@ -300,12 +285,12 @@ void DatabaseCheck::tryPunch()
     } catch (const Failure &failure) {
         host.MsgBox(failure);
     }
-    if (host.box.isEmpty()) {
+    if (host.boxText.isEmpty()) {
         checkBadge(badge);
         checkBatch(batch);
     } else {
         say(Findings::Stopping,
-            withAdvice(u"A punch is refused: "_s + sentence(host.box), host.number));
+            withAdvice(u"A punch is refused: "_s + sentence(host.boxText), host.boxTitle.toInt()));
     }
 }
 
@@ -381,7 +366,7 @@ bool mayWrite(const QString &path, Findings &findings)
     bool may = true;
     const QString folder = QFileInfo(path).path();
     for (const auto &[place, rights] : {std::pair(path, R_OK | W_OK), {folder, W_OK | X_OK}}) {
-        if (const QString reason = hindrance(place, rights); !reason.isEmpty()) {
+        if (const QString reason = whyInaccessible(place, rights); !reason.isEmpty()) {
             findings.say(Findings::Stopping, u"%1 cannot be written: %2"_s.arg(place, reason));
             may = false;
         }
@@ -417,9 +402,9 @@ void checkDatabase(const QString &file, Findings &findings)
     shown = u"The database is %1."_s.arg(shown);
 
     // A folder that this user may not enter hides whether the file is there.
-    QString reason = hindrance(QFileInfo(path).path(), X_OK);
+    QString reason = whyInaccessible(QFileInfo(path).path(), X_OK);
     if (reason.isEmpty())
-        reason = hindrance(path, F_OK);
+        reason = whyInaccessible(path, F_OK);
     if (!reason.isEmpty()) {
         findings.say(Findings::Stopping,
                      shown + u" It cannot be reached: %1 Where there is none, %2 new "

@@ -1,9 +1,11 @@
 #include "tools/sitetool/Import.h"
 
+#include "platform/database/Statement.h"
 #include "tools/console/Console.h"
-#include "tools/sitetool/Draft.h"
+#include "tools/sitetool/DatabasePath.h"
+#include "tools/sitetool/MemoryDatabase.h"
+#include "tools/sitetool/NamelessFile.h"
 #include "tools/sitetool/NeededColumns.h"
-#include "tools/sitetool/NewDatabase.h"
 #include "tools/sitetool/NotDone.h"
 #include "tools/sitetool/OldDatabase.h"
 
@@ -105,11 +107,6 @@ std::optional<Value> storedValue(const OldColumn &column, const NeededColumn *ne
     return {};
 }
 
-QString quoted(QString name)
-{
-    return u'"' + name.replace(u'"', u"\"\""_s) + u'"';
-}
-
 /// Prints a line of the report: names to the left, numbers to the right.
 void print(const QString &name, const QString &before, const QString &after, qsizetype nameWidth)
 {
@@ -117,7 +114,7 @@ void print(const QString &name, const QString &before, const QString &after, qsi
                  after.rightJustified(18));
 }
 
-qint64 takeTable(const OldDatabase &old, const OldTable &table, NewDatabase &database)
+qint64 takeTable(const OldDatabase &old, const OldTable &table, MemoryDatabase &database)
 {
     std::vector<const NeededColumn *> needed;
     QStringList columns;
@@ -125,12 +122,13 @@ qint64 takeTable(const OldDatabase &old, const OldTable &table, NewDatabase &dat
         needed.push_back(neededAs(table, column));
         // The clock writes and looks up badge numbers as texts, so numbers have to become texts.
         const bool isBadge = needed.back() && needed.back()->kind == Kind::Badge;
-        columns += quoted(column.name) + u' ' + (isBadge ? u"TEXT"_s : column.type.toUpper());
+        columns += quotedName(column.name) + u' ' + (isBadge ? u"TEXT"_s : column.type.toUpper());
     }
-    database.run(u"CREATE TABLE %1 (%2)"_s.arg(quoted(table.name), columns.join(u", ")).toUtf8());
+    database.run(
+        u"CREATE TABLE %1 (%2)"_s.arg(quotedName(table.name), columns.join(u", ")).toUtf8());
     const QStringList places(columns.size(), u"?"_s);
     database.prepareInsert(
-        u"INSERT INTO %1 VALUES (%2)"_s.arg(quoted(table.name), places.join(u", ")).toUtf8());
+        u"INSERT INTO %1 VALUES (%2)"_s.arg(quotedName(table.name), places.join(u", ")).toUtf8());
 
     qint64 rows = 0;
     std::vector<Value> values(table.columns.size());
@@ -156,7 +154,7 @@ qint64 takeTable(const OldDatabase &old, const OldTable &table, NewDatabase &dat
     });
 }
 
-void takeOver(const OldDatabase &old, NewDatabase &database)
+void takeOver(const OldDatabase &old, MemoryDatabase &database)
 {
     const auto [tables, linkedTables] = old.catalogue();
     requireWhatTheClockNeeds(tables);
@@ -184,17 +182,17 @@ void takeOver(const OldDatabase &old, NewDatabase &database)
 int importOld(const QStringList &arguments)
 {
     const QString &oldFile = arguments[0];
-    Draft draft(databaseNamed(arguments.value(1)));
+    NamelessFile file(newDatabasePath(arguments.value(1)));
     const OldDatabase old(oldFile);
-    NewDatabase database;
+    MemoryDatabase database;
     try {
         takeOver(old, database);
     } catch (const NotDone &notDone) {
         throw NotDone{u"%1 is not imported: %2"_s.arg(oldFile, notDone.why)};
     }
-    draft.write(database.bytes());
-    draft.publish();
-    Console::say(u"Made %1."_s.arg(draft.target()));
+    file.write(database.bytes());
+    file.publish();
+    Console::say(u"Made %1."_s.arg(file.target()));
     return 0;
 }
 

@@ -68,7 +68,7 @@ QString remedy(const struct stat &status, mode_t rights)
 
 } // namespace
 
-QString hindrance(const QString &path, int rights)
+QString whyInaccessible(const QString &path, int rights)
 {
     const QByteArray name = QFile::encodeName(path);
     if (::access(name.constData(), rights) == 0)

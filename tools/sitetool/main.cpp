@@ -1,14 +1,20 @@
 #include "platform/basics/Utf8Locale.h"
 #include "tools/console/Console.h"
-#include "tools/sitetool/Check.h"
+#include "tools/sitetool/CheckDatabase.h"
+#include "tools/sitetool/CheckSettingsAndPorts.h"
+#include "tools/sitetool/DatabasePath.h"
+#include "tools/sitetool/Findings.h"
 #include "tools/sitetool/Import.h"
-#include "tools/sitetool/New.h"
+#include "tools/sitetool/MemoryDatabase.h"
+#include "tools/sitetool/NamelessFile.h"
 #include "tools/sitetool/NotDone.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QFile>
 
 #include <algorithm>
+#include <array>
 
 namespace Tavrel
 {
@@ -33,30 +39,45 @@ constexpr char Description[] =
     "replaced. The status is 0 when it is done, or when check finds that a swipe would be stored;\n"
     "1 when it is not, 2 when the command is not understood.";
 
-/// A command takes its arguments without its own name and returns the status of the program.
-struct Command {
-    const char *name;
-    qsizetype fewest;
-    qsizetype most;
-    int (*run)(const QStringList &arguments);
-};
-constexpr Command Commands[] = {
-    {"new", 0, 1, makeNew}, {"import", 1, 2, importOld}, {"check", 0, 1, check}};
-
-/// What is wrong with the command line, in words; empty when nothing is.
-QString mistakeIn(const QStringList &arguments, const Command *command)
+/// `sitetool new [FILE]`: makes an empty database with the tables that the clock uses. Throws
+/// NotDone, with nothing made, when it cannot.
+int makeNew(const QStringList &arguments)
 {
-    if (arguments.isEmpty())
-        return u"A command is missing: new, import or check."_s;
-    if (command == std::end(Commands))
-        return u"There is no command %1."_s.arg(arguments[0]);
-    if (arguments.size() - 1 < command->fewest)
-        return u"%1 needs the path of the old database."_s.arg(arguments[0]);
-    if (arguments.size() - 1 > command->most)
-        return u"%1 is one argument too many for %2."_s.arg(arguments[command->most + 1],
-                                                            arguments[0]);
-    return {};
+    QFile schema(u":/store/schema.sql"_s);
+    if (!schema.open(QIODevice::ReadOnly))
+        qFatal("The schema is not built in.");
+
+    NamelessFile file(newDatabasePath(arguments.value(0)));
+    MemoryDatabase database;
+    database.run(schema.readAll());
+    file.write(database.bytes());
+    file.publish();
+    Console::say(u"Made %1."_s.arg(file.target()));
+    return Console::Succeeded;
 }
+
+/// `sitetool check [FILE]`: says what the clock will meet, a line for each finding, and whether it
+/// would store a swipe; returns Succeeded when it would. It changes nothing: no file is made or
+/// written, no lock is left, and no serial line is opened, for the first opening of a line raises
+/// DTR and may start or wake the reader. So what only an opening shows is left to the clock:
+/// whether a line can be set to the wanted rate and parity.
+int check(const QStringList &arguments)
+{
+    Findings findings;
+    checkDatabase(databasePath(arguments.value(0)), findings);
+    checkSettingsAndPorts(findings);
+    return findings.conclude();
+}
+
+constexpr std::array Commands{
+    Console::Command{"new", 0, 1, "at most one FILE"},
+    Console::Command{"import", 1, 2, "OLD.mdb and at most one FILE"},
+    Console::Command{"check", 0, 1, "at most one FILE"},
+};
+
+/// In the order of Commands. Each takes its arguments without its own name and returns the status
+/// of the program.
+constexpr std::array Actions{makeNew, importOld, check};
 
 } // namespace
 
@@ -75,17 +96,15 @@ int main(int argc, char *argv[])
     QString mistake = Console::parse(parser);
 
     QStringList arguments = parser.positionalArguments();
-    const auto *command = std::ranges::find_if(Commands, [&](const Command &known) {
-        return arguments.value(0) == QLatin1String(known.name);
-    });
     if (mistake.isEmpty())
-        mistake = mistakeIn(arguments, command);
+        mistake = Console::mistakeInCommand(Commands, arguments);
     if (!mistake.isEmpty())
         return Console::refuse(mistake);
 
+    const QString name = arguments.takeFirst().toLower();
+    const auto *const command = std::ranges::find(Commands, name, &Console::Command::name);
     try {
-        arguments.removeFirst();
-        return command->run(arguments);
+        return Actions[static_cast<std::size_t>(command - Commands.begin())](arguments);
     } catch (const NotDone &notDone) {
         return Console::complain(notDone.why);
     }

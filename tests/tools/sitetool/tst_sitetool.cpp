@@ -313,10 +313,10 @@ private Q_SLOTS:
     void commandLine_data()
     {
         Table<QStringList, int, QString> row("arguments", "status", "said");
-        row("none", {}, 2, "A command is missing");
-        row("unknown", {"make"}, 2, "no command make");
-        row("no old file", {"import"}, 2, "import needs");
-        row("too many", {"new", "a", "b"}, 2, "b is one argument too many");
+        row("none", {}, 2, "Missing command; expected one of new, import, check.");
+        row("unknown", {"make"}, 2, "Unknown command \"make\"");
+        row("no old file", {"import"}, 2, "import takes OLD.mdb");
+        row("too many", {"new", "a", "b"}, 2, "new takes at most one FILE.");
         row("no such option", {"new", "--force"}, 2, "force");
         row("help", {"--help"}, 0, "import OLD.mdb [FILE]");
         row("version", {"--version"}, 0, "sitetool ");

@@ -1,8 +1,7 @@
-#include "tools/sitetool/Draft.h"
+#include "tools/sitetool/NamelessFile.h"
 
 #include "tools/sitetool/NotDone.h"
 
-#include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
 
@@ -30,15 +29,7 @@ namespace
 
 } // namespace
 
-QString databaseNamed(const QString &file)
-{
-    if (!file.isNull())
-        return file;
-    const QFileInfo usual(QCoreApplication::applicationDirPath() + u"/Orvanta.mdb"_s);
-    return usual.isSymLink() ? usual.symLinkTarget() : usual.filePath();
-}
-
-Draft::Draft(const QString &target)
+NamelessFile::NamelessFile(const QString &target)
     : m_target(target), m_folder(::open(QFile::encodeName(QFileInfo(target).path()).constData(),
                                         O_RDONLY | O_DIRECTORY | O_CLOEXEC))
 {
@@ -58,7 +49,7 @@ Draft::Draft(const QString &target)
         failToMake(target);
 }
 
-void Draft::write(const QByteArray &bytes)
+void NamelessFile::write(const QByteArray &bytes)
 {
     for (qsizetype written = 0; written < bytes.size();) {
         const ssize_t count = ::write(m_file.get(), bytes.constData() + written,
@@ -69,7 +60,7 @@ void Draft::write(const QByteArray &bytes)
     }
 }
 
-void Draft::publish()
+void NamelessFile::publish()
 {
     const QByteArray file = "/proc/self/fd/" + QByteArray::number(m_file.get());
     const QByteArray name = QFile::encodeName(QFileInfo(m_target).fileName());

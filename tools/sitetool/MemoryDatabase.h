@@ -17,10 +17,10 @@ namespace Tavrel
 using Value = std::variant<std::monostate, qint64, double, QString, QByteArray>;
 
 /// A new database, in memory, of 2 GiB at the most. Every failure is a NotDone with SQLite's words.
-class NewDatabase
+class MemoryDatabase
 {
 public:
-    NewDatabase();
+    MemoryDatabase();
 
     /// The database as a file holds it, for as long as nothing more is run or inserted.
     QByteArray bytes() const;

@@ -1,4 +1,4 @@
-#include "tools/sitetool/CheckReader.h"
+#include "tools/sitetool/CheckSettingsAndPorts.h"
 
 #include "app/settings/Choices.h"
 #include "app/settings/InstanceLockFiles.h"
@@ -77,7 +77,7 @@ std::optional<std::int16_t> checkPosition(const UserSettings::Key &key, const En
     std::optional<std::int16_t> position;
     try {
         position = lenientNumber(UserSettings::read(key));
-        const QString entry = Choices::choose(choices, *position);
+        const QString entry = Choices::entryAt(choices, *position);
         const bool isPlain = UserSettings::read(key) == QString::number(*position);
         findings.say(isPlain ? Findings::Good : Findings::Notable,
                      shown(key) + (isPlain
@@ -136,14 +136,14 @@ bool isLine(const QString &path)
 
 /// Why the clock could not open the device, and what to do about it if the clock is to use it;
 /// empty when it could.
-QString obstacle(const QString &path, bool isUsed)
+QString whyUnusable(const QString &path, bool isUsed)
 {
     const QString setRight = isUsed ? QString::fromLatin1(SetPortRight) : QString();
-    if (const QString missing = hindrance(path, F_OK); !missing.isEmpty())
+    if (const QString missing = whyInaccessible(path, F_OK); !missing.isEmpty())
         return missing + setRight;
     if (!isLine(path))
         return u"It is not a serial line."_s + setRight;
-    return hindrance(path, R_OK | W_OK);
+    return whyInaccessible(path, R_OK | W_OK);
 }
 
 void checkPort(int port, bool isUsed, const std::optional<LockHolder> &clock, Findings &findings)
@@ -154,7 +154,7 @@ void checkPort(int port, bool isUsed, const std::optional<LockHolder> &clock, Fi
         line += u", a link to "_s + link.symLinkTarget();
     line += u'.';
 
-    const QString reason = obstacle(path, isUsed);
+    const QString reason = whyUnusable(path, isUsed);
     const auto holder = lockHolder(path);
     const bool isHeldByClock = clock && holder && clock->process == holder->process;
     auto weight = isUsed ? Findings::Stopping : Findings::Good;
@@ -183,7 +183,7 @@ std::optional<LockHolder> runningClock()
 
 } // namespace
 
-void checkReader(Findings &findings)
+void checkSettingsAndPorts(Findings &findings)
 {
     checkSettingsFile(findings);
     // A port beyond those of the list may be there all the same; the others have no such way out.

@@ -1,4 +1,4 @@
-#include "tools/sitetool/NewDatabase.h"
+#include "tools/sitetool/MemoryDatabase.h"
 
 #include "tools/sitetool/NotDone.h"
 
@@ -38,17 +38,17 @@ struct Bind {
 
 } // namespace
 
-void NewDatabase::Close::operator()(sqlite3 *database) const
+void MemoryDatabase::Close::operator()(sqlite3 *database) const
 {
     sqlite3_close(database);
 }
 
-void NewDatabase::Close::operator()(sqlite3_stmt *statement) const
+void MemoryDatabase::Close::operator()(sqlite3_stmt *statement) const
 {
     sqlite3_finalize(statement);
 }
 
-NewDatabase::NewDatabase()
+MemoryDatabase::MemoryDatabase()
 {
     sqlite3 *opened = nullptr;
     const int result =
@@ -60,7 +60,7 @@ NewDatabase::NewDatabase()
     run("PRAGMA journal_mode = OFF");
 }
 
-QByteArray NewDatabase::bytes() const
+QByteArray MemoryDatabase::bytes() const
 {
     sqlite3_int64 size = 0;
     const auto *const begin =
@@ -68,19 +68,19 @@ QByteArray NewDatabase::bytes() const
     return QByteArray::fromRawData(reinterpret_cast<const char *>(begin), size);
 }
 
-void NewDatabase::run(const QByteArray &sql)
+void MemoryDatabase::run(const QByteArray &sql)
 {
     check(sqlite3_exec(m_database.get(), sql.constData(), nullptr, nullptr, nullptr));
 }
 
-void NewDatabase::prepareInsert(const QByteArray &statement)
+void MemoryDatabase::prepareInsert(const QByteArray &statement)
 {
     sqlite3_stmt *prepared = nullptr;
     check(sqlite3_prepare_v2(m_database.get(), statement.constData(), -1, &prepared, nullptr));
     m_insert.reset(prepared);
 }
 
-void NewDatabase::insert(const std::vector<Value> &row)
+void MemoryDatabase::insert(const std::vector<Value> &row)
 {
     for (int at = 0; const Value &value : row)
         check(std::visit(Bind{m_insert.get(), ++at}, value));
@@ -88,7 +88,7 @@ void NewDatabase::insert(const std::vector<Value> &row)
     check(sqlite3_reset(m_insert.get()));
 }
 
-void NewDatabase::check(int result) const
+void MemoryDatabase::check(int result) const
 {
     if (result != SQLITE_OK)
         throw NotDone{u"The new database cannot be written: %1."_s.arg(
