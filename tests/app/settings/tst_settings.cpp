@@ -3,9 +3,11 @@
 #include "tests/support/Table.h"
 #include "tests/support/TemporaryHome.h"
 #include "tests/support/failureOf.h"
+#include "tests/support/statusOf.h"
 
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
 
 #include <csignal>
 #include <cstdio>
@@ -95,6 +97,7 @@ private Q_SLOTS:
             QFile::setPermissions(home.path(folder), QFile::Permissions(0x7777));
         asOrdinaryUser(
             [] { QCOMPARE(failureOf([] { save("ClockIn", "new"); }), Failure::PathFileAccess); });
+        QFile::setPermissions(home.settingsFile(), QFile::Permissions(0x6666)); // to look into it
         QCOMPARE(home.readSettings(), content);
         QCOMPARE(QDir(home.path("Tavrel")).entryList(QDir::NoDotAndDotDot | QDir::AllEntries),
                  QStringList("Tavrel.conf"));
@@ -124,16 +127,13 @@ private Q_SLOTS:
         const QByteArray before = "[MSR]\nText=" + QByteArray(300, 'x') + "\nTrack=2\n";
         home.writeSettings(before);
         TemporaryHome::write(home.settingsFile() + ".backup", "the user's own");
-        const pid_t writer = fork();
-        if (writer == 0) {
+        const int status = statusOf([&] {
             const rlimit noMore{static_cast<rlim_t>(before.size()), RLIM_INFINITY};
             setrlimit(RLIMIT_FSIZE, &noMore);
             std::signal(SIGXFSZ, SIG_DFL); // the first byte that the file grows by kills
             save("ClockIn", "killed");
-            std::_Exit(0);
-        }
-        int status = 0;
-        QCOMPARE(waitpid(writer, &status, 0), writer);
+            return 0;
+        });
         QVERIFY(WIFSIGNALED(status));
         const QDir folder(home.path("Tavrel"));
         QCOMPARE(folder.entryList(QDir::NoDotAndDotDot | QDir::AllEntries).size(), 3);
@@ -220,6 +220,24 @@ private Q_SLOTS:
         const QString link = home.path(QStringLiteral("Tavrel/COM31"));
         QVERIFY(QFile::link(QStringLiteral("/nowhere/at/all"), link));
         QCOMPARE(serialDevice(31), link);
+
+        // The user's link goes before the administrator's, and that before the port of the board.
+        const QString devices = home.path("devices");
+        QVERIFY(QDir().mkpath(devices) && QFile::link("/nowhere", devices + "/COM31"));
+        constexpr int NotAllowed = 77;
+        const int status = statusOf([&] {
+            // The folder takes the place of /dev, for this process alone.
+            if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0 ||
+                mount(qPrintable(devices), "/dev", nullptr, MS_BIND, nullptr) != 0)
+                return NotAllowed;
+            const bool isUsers = serialDevice(31) == link;
+            const bool isAdministrators =
+                QFile::remove(link) && serialDevice(31) == QStringLiteral("/dev/COM31");
+            return isUsers && isAdministrators ? 0 : 1;
+        });
+        if (status == W_EXITCODE(NotAllowed, 0))
+            QSKIP("Here no process may have a /dev of its own.");
+        QCOMPARE(status, 0);
     }
 
 private:

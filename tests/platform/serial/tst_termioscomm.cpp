@@ -2,9 +2,13 @@
 #include "tests/support/Table.h"
 #include "tests/support/TemporaryHome.h"
 #include "tests/support/failureOf.h"
+#include "tests/support/statusOf.h"
 #include "tools/virtual-reader/VirtualReader.h"
 
 #include <fcntl.h>
+
+#include <cerrno>
+#include <csignal>
 
 using namespace Tavrel;
 
@@ -98,6 +102,19 @@ private Q_SLOTS:
         QVERIFY(second.Input().isEmpty());
     }
 
+    /// As the terminal of the session it would end the clock when the reader is pulled out.
+    void the_line_is_no_terminal_of_the_session()
+    {
+        const VirtualReader reader;
+        const int status = statusOf([&] {
+            setsid();
+            TermiosComm comm = onLine(reader);
+            comm.PortOpen(true);
+            return comm.PortOpen() && ::open("/dev/tty", O_RDWR) < 0 ? 0 : 1;
+        });
+        QCOMPARE(status, 0);
+    }
+
     /// Whatever flags others have left, and whatever format the line had before.
     void every_byte_passes_but_for_bit_7_of_seven()
     {
@@ -106,6 +123,8 @@ private Q_SLOTS:
         termios flags = {};
         tcgetattr(line.get(), &flags);
         flags.c_iflag |= IGNPAR | INPCK | IXOFF | IXANY | INLCR;
+        flags.c_cflag |= CRTSCTS;
+        flags.c_cflag &= ~CLOCAL;
         QCOMPARE(tcsetattr(line.get(), TCSANOW, &flags), 0);
 
         TermiosComm comm = onLine(reader);
@@ -126,6 +145,7 @@ private Q_SLOTS:
             comm.PortOpen(true);
             tcgetattr(line.get(), &flags);
             QCOMPARE(flags.c_iflag, inputFlags);
+            QCOMPARE(flags.c_cflag & (CRTSCTS | CLOCAL), tcflag_t{CLOCAL});
             reader.send(all);
             QTRY_COMPARE(comm.InBufferCount(), std::int16_t(256));
             QCOMPARE(comm.Input(), expected);
@@ -186,6 +206,27 @@ private Q_SLOTS:
         second.reset();
         QVERIFY(!QFileInfo(link).isSymLink());
         QCOMPARE(QFile::symLinkTarget(home.path("COM2")), "/dev/null");
+    }
+
+    /// Some adapters answer with an error then, as a terminal does that belongs to others.
+    void a_line_that_only_fails_is_given_back()
+    {
+        const VirtualReader reader;
+        const int status = statusOf([&] {
+            setsid();
+            const FileDescriptor terminal(::open(qPrintable(reader.device()), O_RDWR));
+            return statusOf([&] {
+                       std::signal(SIGTTIN, SIG_IGN);
+                       std::signal(SIGTTOU, SIG_IGN);
+                       setpgid(0, 0);
+                       TermiosComm comm = onLine(reader);
+                       comm.PortOpen(true);
+                       const bool wasHeld = failureOf([&] { comm.Output("x"); }) == 0;
+                       comm.InBufferCount();
+                       return wasHeld && failureOf([&] { comm.Output("x"); }) == EIO ? 0 : 1;
+                   }) != 0;
+        });
+        QCOMPARE(status, 0);
     }
 
     /// Whether the loss is met by an event, by looking for input or by sending.
