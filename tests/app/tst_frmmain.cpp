@@ -9,15 +9,18 @@
 #include "tests/support/Table.h"
 #include "tests/support/TemporaryHome.h"
 #include "tests/support/TestDatabase.h"
+#include "tests/support/statusOf.h"
 #include "tools/virtual-reader/VirtualReader.h"
 
 #include <QComboBox>
 #include <QMessageBox>
 
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdlib>
 
 using namespace Tavrel;
 
@@ -188,8 +191,11 @@ private Q_SLOTS:
         const QPointer<QWidget> first = Bench::dialog();
         first->showMinimized();
         const QString longBadge = "4711" + QString(60, u'0');
-        t.click(t.window->face.optEvent(1));
-        t.reader->send("\2;" + longBadge.toLatin1() + "?\3");
+        t.host.onEvents = [&] { // in a read, to which a click before the card still counts
+            t.host.onEvents = {};
+            t.click(t.window->face.optEvent(1));
+            t.reader->send("\2;" + longBadge.toLatin1() + "?\3");
+        };
         QTRY_COMPARE(t.stored().section(u'\n', 1), longBadge.left(50) + ",0");
         QCOMPARE(Bench::dialog(), first);
         QVERIFY(!first->isMinimized());
@@ -216,6 +222,29 @@ private Q_SLOTS:
         QTRY_COMPARE(Bench::shown()[1], "1003");
         QCOMPARE(Bench::shown().first(), "");
         QTRY_VERIFY(t.stored().endsWith("1003,0"));
+    }
+
+    /// On the clocks of the machine: a frame may pause for less than the read's time-out, and what
+    /// is stored is the local time.
+    void a_punch_by_the_real_time()
+    {
+        Bench t(home);
+        t.host.now = {};
+        const auto localTime = [] {
+            return QDateTime::currentDateTime().toString(u"yyyy-MM-dd HH:mm:ss");
+        };
+        const QString before = localTime();
+        t.host.onEvents = [&] { // in a read, which other events then interrupt
+            t.host.onEvents = {};
+            t.reader->send("\2;10");
+            QTimer::singleShot(150, Qt::PreciseTimer, qApp, [&] { t.reader->send("01?\3"); });
+        };
+        QTimer others;
+        others.start(5);
+        QTRY_VERIFY(!t.stored().isEmpty());
+        QCOMPARE(t.stored(), "1001,1");
+        const QString stored = t.stored("DateTime");
+        QVERIFY2(before <= stored && stored <= localTime(), qPrintable(stored));
     }
 
     /// What follows a showing may block, so a window on the screen shows its new texts at once.
@@ -250,11 +279,17 @@ private Q_SLOTS:
                     event->type() == QEvent::Paint && watched->objectName() == "txtBadgeNumber";
                 if (isPainted && m_bench.environment.conOV.onLocked && shown.isEmpty()) {
                     shown = Bench::shown();
+                    hadInput = hasInput;
                     Statement(m_other, "COMMIT").execute();
+                } else if (event->type() == QEvent::Show && watched == Bench::dialog()) {
+                    QCursor::setPos(m_bench.window->geometry().center());
                 }
+                hasInput = hasInput || event->type() == QEvent::Enter;
                 return false;
             }
             QStringList shown;
+            bool hasInput = false; ///< whether the pointer has come to a window
+            bool hadInput = false; ///< the same by the time that the punch was seen
 
         private:
             Bench &m_bench;
@@ -263,11 +298,14 @@ private Q_SLOTS:
         Bench t(home);
         t.environment.conOV.CommandTimeout = std::chrono::seconds(3);
         Holder holder(t);
+        QCursor::setPos(0, 0);
         QTRY_VERIFY(t.host.passes > 0);
         qApp->installEventFilter(&holder);
         t.reader->send("\2;1001?\3");
         QTRY_VERIFY(!t.stored().isEmpty() || !t.host.boxes.isEmpty());
         QCOMPARE(holder.shown.value(1), "1001");
+        QTRY_VERIFY(holder.hasInput);
+        QVERIFY(!holder.hadInput); // what the user does waits for the store
         QVERIFY(t.host.boxes.isEmpty());
     }
 
@@ -291,6 +329,7 @@ private Q_SLOTS:
         row("first", "0", "\2%A?;1?+2?\3", "A", "");
         row("third", "2", "\2%A?;1?+2?\3", "2", "");
         row("garbage", "x", "\2%A?;1?+2?\3", "A", "");
+        row("beyond ASCII", "1", "\2;J\xF6rg?\3", "J\u00F6rg", "");
         row("absent track", "1", "\2%A?\3", "", "");
         row("no STX", "1", "x\3", "", "");
         row("reader refused", "1", "\2\x15\3", none, "");
@@ -446,6 +485,16 @@ private Q_SLOTS:
         QVERIFY(!t.stored().contains("1002"));
     }
 
+    void the_line_is_set_as_stored()
+    {
+        Bench t(home, "[Communication]\nBaudRate=1\nSettings=2\n");
+        const FileDescriptor line(::open(qPrintable(t.reader->device()), O_RDWR | O_NOCTTY));
+        termios set = {};
+        QCOMPARE(tcgetattr(line.get(), &set), 0);
+        QCOMPARE(cfgetospeed(&set), speed_t{B4800});
+        QVERIFY(set.c_iflag & INPCK);
+    }
+
     void a_port_that_cannot_be_used_data()
     {
         Table<QByteArray> row("setting");
@@ -502,6 +551,20 @@ private Q_SLOTS:
                 t.click(t.window->face.cmdCtrl(1));
             QCOMPARE(t.host.ended, 1);
             QVERIFY(!Bench::dialog());
+        }
+    }
+
+    /// At once, with status 0; the handlers of that end run, of which one gives the line back.
+    void the_end_of_the_process()
+    {
+        for (const int answer : {0, 42}) {
+            const int status = statusOf([&] {
+                if (answer != 0)
+                    std::at_quick_exit([] { _exit(42); });
+                DesktopHost().End();
+                return 1;
+            });
+            QCOMPARE(status, W_EXITCODE(answer, 0));
         }
     }
 

@@ -183,6 +183,29 @@ private Q_SLOTS:
         }
     }
 
+    /// Enter presses "OK" wherever the focus is, but for the other button.
+    void enter_data()
+    {
+        Table<int, Boolean> row("tab", "isOK");
+        row("chkAutoSwitch", 0, True);
+        row("dtpClock(1)", 0, True);
+        row("cboSettings", 1, True);
+        row("cboTrack", 2, True);
+        row("cmdCtrl(1)", 0, False);
+    }
+    void enter()
+    {
+        QFETCH(int, tab);
+        SaveSetting("Tavrel", "Punch", "AutoSwitch", "1");
+        Dialog dialog;
+        QVERIFY(QTest::qWaitForWindowActive(&dialog.form));
+        dialog.find<SSTab>("SSTab1")->Tab(tab);
+        dialog.find(QTest::currentDataTag())->setFocus();
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+        QVERIFY(!dialog.form.isVisible());
+        QTEST(dialog.form.IsOK(), "isOK");
+    }
+
     void cancelling_writes_nothing()
     {
         const QByteArray before("[MSR]\nTrack=0\n; as it was\n");

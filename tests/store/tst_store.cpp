@@ -55,9 +55,11 @@ private Q_SLOTS:
         QCOMPARE(t.database.run("SELECT count(*) FROM RawDataDetails"), box.isEmpty() ? "1" : "0");
     }
 
+    /// In a table that puts nothing in by itself.
     void details()
     {
-        Fixture t;
+        Fixture t("DROP TABLE RawDataDetails; CREATE TABLE RawDataDetails (ID, PersonalID TEXT, "
+                  "EventStatus, DateTime, Shift, MachineNo)");
         t.punch("00123", 1);
         QCOMPARE(t.database.run("SELECT * FROM RawData"), "0|1|2026-03-09 09:05:07|MSR");
         t.punch("00123", 1);
@@ -156,6 +158,10 @@ private Q_SLOTS:
         row("leading zeros", "", "00123", "Lea Leadingzero", "");
         row("unknown", "", "123", "Unknown", "");
         row("empty", "", "", "Unknown", "");
+        row("beyond ASCII", "INSERT INTO Employee VALUES ('Jörg', 'Zoë Ärmel')", "Jörg",
+            "Zoë Ärmel", "");
+        row("one employee a badge", "INSERT OR REPLACE INTO Employee VALUES ('1001', 'Heir')",
+            "1001", "Heir", "");
         row("wild cards", "", "100_", "Unknown", "");
         row("quotes", "", "x' OR '1'='1", "Unknown", "");
         row("Null name", loose, "1", "before", "94: Invalid use of Null");

@@ -5,10 +5,12 @@
 #include <QStringList>
 
 #include <functional>
+#include <type_traits>
+
+/// A host that shows and ends nothing but records it, and whose time of day a test sets: an invalid
+/// one for that of a real `Base`.
 
 using namespace Tavrel;
-
-/// A host that shows and ends nothing but records it, and whose time of day a test sets.
 template <typename Base> class RecordingHost : public Base
 {
 public:
@@ -19,7 +21,14 @@ public:
         if (onBox)
             onBox();
     }
-    QDateTime Now() override { return now; }
+    QDateTime Now() override
+    {
+        if constexpr (!std::is_same_v<Base, Host>) {
+            if (!now.isValid())
+                return Base::Now();
+        }
+        return now;
+    }
     void End() override { ++ended; }
 
     QStringList boxes;              ///< "title: text", with "!" for the critical icon
