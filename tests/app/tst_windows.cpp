@@ -108,6 +108,22 @@ private Q_SLOTS:
                 punch.txtDateTime->width() - 7);
     }
 
+    /// The boxes of Punch Information stand on its grey; a dark line over a light one parts them
+    /// from the button.
+    void looks()
+    {
+        const QImage image = punch.grab().toImage();
+        const QRect box = punch.txtBadgeNumber->geometry();
+        const QPalette palette = punch.palette();
+        const std::pair<QPoint, QPalette::ColorRole> places[] = {
+            {box.center(), QPalette::Window}, {{20, 102}, QPalette::Window},
+            {{20, 103}, QPalette::Dark},      {{20, 104}, QPalette::Light},
+            {{20, 105}, QPalette::Window},    {{248, 104}, QPalette::Window},
+        };
+        for (const auto &[place, role] : places)
+            QCOMPARE(image.pixelColor(place).rgb(), palette.color(role).rgb());
+    }
+
 private:
     static QWidget &named(const QString &name)
     {

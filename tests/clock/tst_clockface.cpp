@@ -139,6 +139,16 @@ private Q_SLOTS:
         QVERIFY(in->font().bold() && !out->font().bold());
     }
 
+    void the_date_is_cyan_on_blue_in_a_black_window()
+    {
+        face->txtDate->Text("8");
+        const QRect box = face->txtDate->geometry();
+        const QImage image = shown(window.get());
+        QVERIFY(hasPixel(face->txtDate, QColor(0, 255, 255)));
+        QCOMPARE(image.pixelColor(box.right() - 5, box.center().y()), QColor(0, 0, 192));
+        QCOMPARE(image.pixelColor(box.right() + 2, box.center().y()), QColor(0, 0, 0));
+    }
+
     void text_boxes_data()
     {
         Table<TextBox::Overlong, QString, bool> row("overlong", "text", "fits");
