@@ -31,17 +31,14 @@ struct Limit {
     int most;
 };
 constexpr std::array Limits{
-    Limit{SQLITE_LIMIT_LENGTH, 1'000'000}, // bytes of a value or a row
-    Limit{SQLITE_LIMIT_SQL_LENGTH, 100'000},
+    Limit{SQLITE_LIMIT_LENGTH, 100'000},     // bytes of a value or a row
+    Limit{SQLITE_LIMIT_SQL_LENGTH, 100'000}, // bytes
     Limit{SQLITE_LIMIT_EXPR_DEPTH, 100},
-    Limit{SQLITE_LIMIT_COMPOUND_SELECT, 20},
-    Limit{SQLITE_LIMIT_VDBE_OP, 100'000},
-    Limit{SQLITE_LIMIT_LIKE_PATTERN_LENGTH, 1000},
     Limit{SQLITE_LIMIT_TRIGGER_DEPTH, 10},
-    Limit{SQLITE_LIMIT_ATTACHED, 0},
 };
 
-/// Steps of SQLite's machine between two looks at the time-out, well under a millisecond.
+/// Steps of SQLite's machine between two looks at the time-out: well under a millisecond, unless a
+/// function of SQL takes long.
 constexpr int WorkBetweenLooks = 10000;
 
 constexpr char NotRegular[] = "not a regular file";
@@ -129,7 +126,7 @@ void Connection::ConnectionString(const QString &connectionString)
 
 sqlite3 *Connection::database()
 {
-    const QByteArray path = pathIn(m_connectionString);
+    const QByteArray path = trustedPath(pathIn(m_connectionString));
     const FileIdentity named = identify(path);
     if (!m_database || named != m_openFile) {
         m_database.reset();
@@ -147,7 +144,7 @@ sqlite3 *Connection::database()
 Connection::FileIdentity Connection::identify(const QByteArray &path)
 {
     struct stat status = {};
-    if (::stat(path.constData(), &status) != 0)
+    if (::lstat(path.constData(), &status) != 0)
         return {};
     return {status.st_dev, status.st_ino, status.st_mode & S_IFMT};
 }

@@ -1,11 +1,17 @@
 #include "platform/database/GuardedFiles.h"
 
+#include "platform/basics/FileDescriptor.h"
+
 #include <fcntl.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <climits>
+#include <cstring>
+#include <filesystem>
 #include <set>
 #include <string>
 
@@ -23,7 +29,7 @@ sqlite3_vfs *original()
     return vfs;
 }
 
-/// The journals of all databases that were opened.
+/// The journals, and the like, of all databases that were opened.
 std::set<std::string> &ownJournals()
 {
     static auto *const journals = new std::set<std::string>;
@@ -40,8 +46,8 @@ bool isFit(const char *path, const struct stat &status)
 }
 
 /// What SQLite calls instead of open(2). A pipe must not be waited on. The file is looked at after
-/// it was opened: before, others could put a pipe in its place meanwhile. Links are not followed
-/// by SQLite's own choice of flags.
+/// it was opened: before, others could put a pipe in its place meanwhile. SQLite's own flags do not
+/// follow a link at the end of the path.
 int openFit(const char *path, int flags, int mode)
 {
     const int file = ::open(path, flags | O_NONBLOCK, mode);
@@ -56,7 +62,7 @@ int openFit(const char *path, int flags, int mode)
 int openFile(sqlite3_vfs *, sqlite3_filename path, sqlite3_file *file, int flags, int *actualFlags)
 {
     if (flags & SQLITE_OPEN_MAIN_DB) {
-        for (const char *ending : {"-journal", "-wal"})
+        for (const char *ending : {"-journal", "-wal", "-shm"})
             ownJournals().insert(std::string(path) + ending);
     } else if (flags & SQLITE_OPEN_SUPER_JOURNAL) {
         path = nullptr; // an empty temporary file in its place
@@ -66,13 +72,24 @@ int openFile(sqlite3_vfs *, sqlite3_filename path, sqlite3_file *file, int flags
     return original()->xOpen(original(), path, file, flags, actualFlags);
 }
 
+/// The path as it is. SQLite itself would follow links, here also those of others.
+int fullPath(sqlite3_vfs *, const char *path, int size, char *result)
+{
+    const std::size_t needed = std::strlen(path) + 1;
+    if (needed > static_cast<std::size_t>(size))
+        return SQLITE_CANTOPEN;
+    std::memcpy(result, path, needed);
+    return SQLITE_OK;
+}
+
 int deleteFile(sqlite3_vfs *, const char *path, int syncFolder)
 {
     return ownJournals().contains(path) ? original()->xDelete(original(), path, syncFolder)
                                         : SQLITE_OK;
 }
 
-/// A super-journal always exists: an answer that depends on it would show whether the file does.
+/// SQLite asks whether journals exist, its own and super-journals. The latter always do: an answer
+/// that depends on the file would show others whether it exists.
 int accessFile(sqlite3_vfs *, const char *path, int flags, int *result)
 {
     if (ownJournals().contains(path))
@@ -82,6 +99,32 @@ int accessFile(sqlite3_vfs *, const char *path, int flags, int *result)
 }
 
 } // namespace
+
+QByteArray trustedPath(const QByteArray &path)
+{
+    constexpr int MostLinks = 8;
+    std::string followed = path.toStdString();
+    for (int i = 0; i < MostLinks; ++i) {
+        const std::filesystem::path parts(followed);
+        std::error_code error;
+        const auto folder =
+            std::filesystem::canonical(parts.has_parent_path() ? parts.parent_path() : ".", error);
+        if (error)
+            return path;
+        followed = folder / parts.filename();
+
+        // Through a descriptor, so that it is the link of the owner who was looked at.
+        const FileDescriptor link(::open(followed.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+        struct stat status = {};
+        std::array<char, PATH_MAX> target{};
+        if (!link || ::fstat(link.get(), &status) != 0 || !S_ISLNK(status.st_mode) ||
+            (status.st_uid != 0 && status.st_uid != ::geteuid()) ||
+            ::readlinkat(link.get(), "", target.data(), target.size() - 1) < 0)
+            break;
+        followed = folder / target.data(); // the target alone, where that is absolute
+    }
+    return QByteArray::fromStdString(followed);
+}
 
 const char *guardedFiles()
 {
@@ -96,6 +139,7 @@ const char *guardedFiles()
         layer.xOpen = openFile;
         layer.xDelete = deleteFile;
         layer.xAccess = accessFile;
+        layer.xFullPathname = fullPath;
         sqlite3_vfs_register(&layer, 0);
     }
     return Name;

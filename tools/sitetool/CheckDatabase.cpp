@@ -1,6 +1,8 @@
 #include "tools/sitetool/CheckDatabase.h"
 
 #include "platform/basics/Failure.h"
+#include "platform/basics/FileDescriptor.h"
+#include "platform/database/GuardedFiles.h"
 #include "platform/host/WindowlessHost.h"
 #include "store/SavePunch.h"
 #include "tools/console/Console.h"
@@ -12,6 +14,7 @@
 #include <QFileInfo>
 #include <QStorageInfo>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -382,10 +385,12 @@ bool mayWrite(const QString &path, Findings &findings)
 /// Whether the file's head, in its version of the format for reading, asks for the mode WAL.
 bool isWriteAheadLogged(const QString &path)
 {
-    constexpr qsizetype ReadVersion = 19;
-    QFile file(path);
-    return QFileInfo(file).isFile() && file.open(QIODevice::ReadOnly) &&
-           file.read(ReadVersion + 1).endsWith(char(2));
+    constexpr off_t ReadVersion = 19;
+    char version = 0;
+    // Without waiting, for others may put a pipe in its place.
+    const FileDescriptor file(::open(QFile::encodeName(path).constData(),
+                                     O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC));
+    return file && ::pread(file.get(), &version, 1, ReadVersion) == 1 && version == 2;
 }
 
 } // namespace
@@ -393,12 +398,11 @@ bool isWriteAheadLogged(const QString &path)
 void checkDatabase(const QString &file, Findings &findings)
 {
     const QFileInfo named(file);
-    QString path = named.absoluteFilePath();
-    QString shown = path;
-    if (named.isSymLink()) {
-        path = named.exists() ? named.canonicalFilePath() : named.symLinkTarget();
+    const QString path =
+        QFile::decodeName(trustedPath(QFile::encodeName(named.absoluteFilePath())));
+    QString shown = named.absoluteFilePath();
+    if (named.isSymLink())
         shown += u", a link to "_s + path;
-    }
     shown = u"The database is %1."_s.arg(shown);
 
     // A folder that this user may not enter hides whether the file is there.
