@@ -5,8 +5,8 @@
 namespace Tavrel
 {
 
-/// The title of the application: of its message boxes, its settings folder and its settings. It is
-/// also the name under which the desktop knows the program.
+/// The title of the application, used for message boxes, the settings folder and the settings file.
+/// It is also the name by which the desktop knows the program.
 inline constexpr QLatin1StringView ApplicationTitle("Tavrel");
 
 } // namespace Tavrel

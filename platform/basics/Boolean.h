@@ -5,8 +5,8 @@
 namespace Tavrel
 {
 
-/// A truth value 16 bits wide. Where a procedure asks for exactly True it compares with -1; any
-/// other value but 0 is neither.
+/// A 16-bit truth value. A procedure that asks for exactly True compares with -1; values other than
+/// -1 and 0 are neither True nor False.
 using Boolean = std::int16_t;
 
 inline constexpr Boolean True = -1;

@@ -26,7 +26,7 @@ constexpr std::array KnownFailures{
     KnownFailure{Failure::PathFileAccess, "Path/File access error"},
     KnownFailure{Failure::InvalidUseOfNull, "Invalid use of Null"},
     KnownFailure{Failure::NoCurrentRow, "The recordset has no current row."},
-    KnownFailure{Failure::NotSupported, "The recordset cannot do this."},
+    KnownFailure{Failure::NotSupported, "The recordset does not support this operation."},
     KnownFailure{Failure::NoSuchColumn, "The recordset has no such column"},
     KnownFailure{Failure::ClosedRecordset, "The recordset is closed."},
     KnownFailure{Failure::RowChanged, "The row was changed by someone else since it was read."},

@@ -9,12 +9,12 @@
 namespace Tavrel
 {
 
-/// What goes wrong inside a procedure: thrown by the platform and by conversions, caught by the
-/// procedure that has a handler and shown there in a message box. It never reaches the event loop.
+/// An error inside a procedure, thrown by the platform layer and by conversions. The procedure that
+/// has a handler catches it and usually shows it in a message box; it never reaches the event loop.
 class Failure : public std::exception
 {
 public:
-    /// The failures that come neither from the operating system nor from the database.
+    /// Failures that neither the operating system nor the database reports.
     enum Known : std::int32_t {
         Overflow = 6,
         SubscriptOutOfRange = 9,
@@ -28,17 +28,18 @@ public:
         RowChanged = -2147217864,
     };
 
-    /// One of the known failures, in its own words, with the file or the name that it is about.
+    /// A known failure with its own description, followed by the file or name that it concerns, if
+    /// any.
     explicit Failure(Known known, const QString &subject = {});
 
     /// `failureNumber`: SQLite's extended result code for the database, `errno` for the serial
     /// line.
     Failure(std::int32_t failureNumber, const QString &failureDescription);
 
-    /// A failed call of the operating system: `errno` with its text.
+    /// A failed system call: `errno` and its text.
     static Failure ofSystem(int errorNumber);
 
-    /// Throws the failure of the last call of the operating system unless it has succeeded.
+    /// Throws the failure of the last system call, from `errno`, unless it succeeded.
     static void unless(bool succeeded);
 
     const char *what() const noexcept override { return m_what.constData(); }

@@ -7,7 +7,7 @@
 namespace Tavrel
 {
 
-/// An open file of the operating system, closed with this object.
+/// Owns an open file descriptor and closes it on destruction.
 class FileDescriptor
 {
 public:

@@ -3,9 +3,9 @@
 namespace Tavrel
 {
 
-/// Sets the environment's locale to C.UTF-8 where it sets none, or plain "C". Qt would choose UTF-8
-/// there as well, but with four lines on the standard error. To be called before the application
-/// object is made.
+/// Sets the locale in the environment to C.UTF-8 if none is set, or plain "C". Qt would choose
+/// UTF-8 as well, but print four lines on standard error. Call it before creating the application
+/// object.
 void chooseUtf8Locale();
 
 } // namespace Tavrel

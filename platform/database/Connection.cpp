@@ -20,12 +20,12 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// How a file of the Jet database engine begins, four bytes in.
+/// The signature of a Jet database file, and its offset in bytes.
 constexpr char JetMark[] = "Standard Jet DB";
 constexpr qint64 JetMarkOffset = 4;
 
-/// What a statement of the clock, on tables and triggers of a site's own, needs at most. SQLite's
-/// own limits are far beyond.
+/// More than any statement of the clock needs, even with tables and triggers that a site has added.
+/// SQLite's own limits are far higher.
 struct Limit {
     int number;
     int most;
@@ -37,8 +37,8 @@ constexpr std::array Limits{
     Limit{SQLITE_LIMIT_TRIGGER_DEPTH, 10},
 };
 
-/// Steps of SQLite's machine between two looks at the time-out: well under a millisecond, unless a
-/// function of SQL takes long.
+/// Instructions of SQLite's virtual machine between two checks of the time-out; well under a
+/// millisecond, unless an SQL function takes long.
 constexpr int WorkBetweenLooks = 10000;
 
 constexpr char NotRegular[] = "not a regular file";
@@ -48,7 +48,8 @@ Failure failureOfFile(int code, const char *words, const QByteArray &path)
     return {code, QString::fromUtf8(words) + u": "_s + QFile::decodeName(path)};
 }
 
-/// Which of the files that belong to the database at `path` cannot be opened for what it is.
+/// The journal or shared-memory file of the database at `path` that is not a regular file or has a
+/// second name; empty if there is none.
 QByteArray oddJournal(const QByteArray &path)
 {
     for (const char *ending : {"-journal", "-wal", "-shm"}) {
@@ -75,14 +76,14 @@ QByteArray oddJournal(const QByteArray &path)
         if (const QByteArray journal = oddJournal(path); !journal.isEmpty())
             throw failureOfFile(SQLITE_CANTOPEN, NotRegular, journal);
         throw failureOfFile(code, words, path);
-    case SQLITE_INTERRUPT: // which nobody does but Connection::mustStop
+    case SQLITE_INTERRUPT: // only by Connection::mustStop
         throw Failure(code, u"The database did not answer within the time-out."_s);
     default:
         throw Failure(code, QString::fromUtf8(words));
     }
 }
 
-/// The file's path, as the system spells it.
+/// The file's path, in the encoding of the file system.
 QByteArray pathIn(const QString &connectionString)
 {
     static const QString Begin = u"Data Source="_s;
@@ -135,7 +136,7 @@ sqlite3 *Connection::database()
         if (named.type != S_IFREG)
             throw failureOfFile(SQLITE_CANTOPEN, NotRegular, path);
         m_database = open(path);
-        m_openFile = named; // if the path changed since, the next command opens it again
+        m_openFile = named; // if the path has changed meanwhile, the next command reopens it
     }
     m_patience.setRemainingTime(CommandTimeout);
     return m_database.get();
@@ -161,11 +162,11 @@ Connection::Database Connection::open(const QByteArray &path)
         throw Failure(SQLITE_NOTADB, u"The database is in the format of Microsoft Jet. It has to "
                                      "be converted to SQLite before it can be used."_s);
 
-    // SQLite falls back to reading by itself where it may not write.
+    // SQLite silently falls back to read-only where it may not write.
     if (Mode != adModeRead && sqlite3_db_readonly(opened, "main") == 1)
         throw failureOfFile(SQLITE_READONLY, sqlite3_errstr(SQLITE_READONLY), path);
 
-    // Views, triggers and checks of the file run nothing that could do harm outside it.
+    // Keeps views, triggers and checks in the file from doing harm outside it.
     sqlite3_db_config(opened, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
     sqlite3_db_config(opened, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
     for (const auto &[number, most] : Limits)
@@ -175,16 +176,16 @@ Connection::Database Connection::open(const QByteArray &path)
     sqlite3_busy_handler(opened, &Connection::waitForOthers, this);
     sqlite3_progress_handler(opened, WorkBetweenLooks, &Connection::mustStop, this);
 
-    // FULL does not sync the folder behind a journal's removal: a journal that is back after a
-    // power cut takes the last commit with it. Without the check, a page whose cells do not fit it
-    // is written to all the same, and a new punch may take the place of an old one.
+    // FULL does not sync the folder after deleting a journal: a power cut can bring the journal
+    // back, and its rollback undoes the last commit. Without the cell size check SQLite writes to a
+    // page even if its cells do not fit, and a new punch may overwrite an old one.
     constexpr char Settings[] = "PRAGMA synchronous = EXTRA; PRAGMA cell_size_check = ON";
     if (sqlite3_exec(opened, Settings, nullptr, nullptr, nullptr) != SQLITE_OK)
         failOn(opened, path);
     return database;
 }
 
-/// Called by SQLite each time that it finds the file locked: 1 to try again, 0 to give up.
+/// Called by SQLite each time it finds the file locked; returns 1 to retry, 0 to give up.
 int Connection::waitForOthers(void *connection, int earlierWaits)
 {
     constexpr unsigned long WaitMilliseconds = 10;
@@ -195,7 +196,7 @@ int Connection::waitForOthers(void *connection, int earlierWaits)
     return self->m_patience.hasExpired() ? 0 : 1;
 }
 
-/// Called by SQLite while a statement is at work: 1 to end it.
+/// Called by SQLite while a statement runs; returns 1 to interrupt it.
 int Connection::mustStop(void *connection)
 {
     return static_cast<Connection *>(connection)->m_patience.hasExpired() ? 1 : 0;

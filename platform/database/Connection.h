@@ -16,39 +16,38 @@ namespace Tavrel
 
 enum ConnectModeEnum { adModeRead = 1, adModeReadWrite = 3 };
 
-/// A connection to a database file. It opens the file at its first use, for reading and writing
-/// unless Mode says otherwise, and never creates it. A commit has returned only when it outlasts a
-/// power cut, whatever journal the file has.
+/// A connection to a database file. It opens the file on first use, for reading and writing unless
+/// Mode says otherwise, and never creates it. Once a commit has returned it survives a power cut,
+/// whatever journal mode the file has.
 ///
-/// Failures carry SQLite's extended result code and its words, with the path when the file cannot
-/// be opened, read or written. What is no regular file is such a failure and is not opened; a file
-/// of the Jet database says in plain words that it is one.
+/// Failures carry SQLite's extended result code and message, with the path if the file cannot be
+/// opened, read or written. Anything but a regular file is SQLITE_CANTOPEN and is not opened; a Jet
+/// database is SQLITE_NOTADB, with a message that says what it is.
 ///
 /// The file is not trusted, and neither is its folder (see GuardedFiles.h): its views, triggers and
-/// checks may call harmless functions alone, and a statement that needs more memory, longer values
-/// or a deeper nesting than a clock does is a failure.
+/// checks may call only harmless functions, and a statement fails if it needs more memory, longer
+/// values or deeper nesting than the clock's own do.
 class Connection
 {
 public:
-    /// How long opening the file, and then each statement, may take: the waiting for others to let
-    /// go of the file, and the statement's own work. Giving up leaves the file as it was.
+    /// The maximum time for opening the file, and then for each statement, including the wait for
+    /// other programs to release the file. A time-out leaves the file unchanged.
     std::chrono::milliseconds ConnectionTimeout = std::chrono::seconds(15);
     std::chrono::milliseconds CommandTimeout = std::chrono::seconds(30);
 
-    /// What the file is opened for. For reading alone a file that this user may not write will do,
-    /// and a journal that a crash has left behind, which would have to be written back, is failure
-    /// SQLITE_READONLY_ROLLBACK.
+    /// How the file is opened. adModeRead also opens a file that this user may not write; it cannot
+    /// roll back a journal left by a crash, and fails with SQLITE_READONLY_ROLLBACK.
     ConnectModeEnum Mode = adModeReadWrite;
 
-    /// The text with the data source: the file's path, between "Data Source=" and the last
-    /// ";Persist", the last backslash standing for the separator before the file's name.
+    /// Sets the text that holds the path of the file, between "Data Source=" and the last
+    /// ";Persist". The last backslash becomes the separator before the file name.
     void ConnectionString(const QString &connectionString);
 
-    /// Runs when a command meets a database that others have locked, before it waits for them.
+    /// Called when a command finds the database locked by others, before it waits for them.
     std::function<void()> onLocked;
 
-    /// The open database, for a statement that begins now. Whenever the path has come to name
-    /// another file than the open one, or none, the open one is left and the path opened anew.
+    /// Returns the open database, for a statement that starts now. If the path no longer names the
+    /// open file, closes it and opens the path again.
     sqlite3 *database();
 
     /// Throws the failure of the last call on an open database.
@@ -60,11 +59,12 @@ private:
     };
     using Database = std::unique_ptr<sqlite3, CloseDatabase>;
 
-    /// Which file a path names; equal for two paths, or two moments, that name the same file.
+    /// Identifies the file that a path names: equal for two paths, or at two times, that name the
+    /// same file.
     struct FileIdentity {
         dev_t device = 0;
         ino_t inode = 0;
-        mode_t type = 0; ///< S_IFREG and the like; 0 when there is none
+        mode_t type = 0; ///< S_IFREG and the like; 0 if there is no file
         bool operator==(const FileIdentity &) const = default;
     };
 
@@ -76,7 +76,7 @@ private:
     QString m_connectionString;
     Database m_database;
     FileIdentity m_openFile;
-    QDeadlineTimer m_patience; ///< ends the opening, or the statement at work
+    QDeadlineTimer m_patience; ///< limits the opening, or the running statement
 };
 
 } // namespace Tavrel

@@ -29,15 +29,15 @@ sqlite3_vfs *original()
     return vfs;
 }
 
-/// The journals, and the like, of all databases that were opened.
+/// The journals, logs and indexes of all databases opened so far.
 std::set<std::string> &ownJournals()
 {
     static auto *const journals = new std::set<std::string>;
     return *journals;
 }
 
-/// Whether SQLite may use the open file as what `path` names. A journal with a second name may be
-/// somebody else's file; folders are opened to be synced.
+/// Whether SQLite may use the file opened from `path`. A journal with a second name may be a file
+/// of another user; folders are opened to be synced.
 bool isFit(const char *path, const struct stat &status)
 {
     if (ownJournals().contains(path))
@@ -45,9 +45,9 @@ bool isFit(const char *path, const struct stat &status)
     return S_ISREG(status.st_mode) || S_ISDIR(status.st_mode);
 }
 
-/// What SQLite calls instead of open(2). A pipe must not be waited on. The file is looked at after
-/// it was opened: before, others could put a pipe in its place meanwhile. SQLite's own flags do not
-/// follow a link at the end of the path.
+/// Replaces open(2) in SQLite. O_NONBLOCK keeps a pipe from blocking. The file is checked after
+/// opening, because until then others could still replace it with a pipe. SQLite itself passes
+/// O_NOFOLLOW, which covers the last part of the path.
 int openFit(const char *path, int flags, int mode)
 {
     const int file = ::open(path, flags | O_NONBLOCK, mode);
@@ -65,14 +65,14 @@ int openFile(sqlite3_vfs *, sqlite3_filename path, sqlite3_file *file, int flags
         for (const char *ending : {"-journal", "-wal", "-shm"})
             ownJournals().insert(std::string(path) + ending);
     } else if (flags & SQLITE_OPEN_SUPER_JOURNAL) {
-        path = nullptr; // an empty temporary file in its place
+        path = nullptr; // an empty temporary file instead
         flags = SQLITE_OPEN_TEMP_JOURNAL | SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE |
                 SQLITE_OPEN_EXCLUSIVE | SQLITE_OPEN_DELETEONCLOSE;
     }
     return original()->xOpen(original(), path, file, flags, actualFlags);
 }
 
-/// The path as it is. SQLite itself would follow links, here also those of others.
+/// Returns the path unchanged. SQLite itself would follow links, even those of other users.
 int fullPath(sqlite3_vfs *, const char *path, int size, char *result)
 {
     const std::size_t needed = std::strlen(path) + 1;
@@ -88,8 +88,8 @@ int deleteFile(sqlite3_vfs *, const char *path, int syncFolder)
                                         : SQLITE_OK;
 }
 
-/// SQLite asks whether journals exist, its own and super-journals. The latter always do: an answer
-/// that depends on the file would show others whether it exists.
+/// SQLite asks for its own journals and for super-journals. The latter are always reported to
+/// exist: the true answer would reveal whether the named file does.
 int accessFile(sqlite3_vfs *, const char *path, int flags, int *result)
 {
     if (ownJournals().contains(path))
@@ -113,7 +113,7 @@ QByteArray trustedPath(const QByteArray &path)
             return path;
         followed = folder / parts.filename();
 
-        // Through a descriptor, so that it is the link of the owner who was looked at.
+        // Through a descriptor, so that owner and target are those of the same link.
         const FileDescriptor link(::open(followed.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
         struct stat status = {};
         std::array<char, PATH_MAX> target{};

@@ -20,7 +20,7 @@ QStringList columnNames(const Statement &statement)
     return names;
 }
 
-/// The values of the row that the statement stands on, from column `first` on.
+/// The values of the statement's current row, from column `first` on.
 std::vector<StoredValue> rowValues(const Statement &statement, int first)
 {
     std::vector<StoredValue> values;
@@ -29,8 +29,8 @@ std::vector<StoredValue> rowValues(const Statement &statement, int first)
     return values;
 }
 
-/// What a table calls its row number: the first of the three names that no column has taken. A
-/// view and a table WITHOUT ROWID have none of them.
+/// The name of a table's row number: the first of three that no column uses. A view and a table
+/// WITHOUT ROWID have none.
 QString rowNumberName(sqlite3 *database, const QString &table, const QStringList &columns)
 {
     const QByteArray bareName = table.mid(1, table.size() - 2).toUtf8();
@@ -40,8 +40,8 @@ QString rowNumberName(sqlite3 *database, const QString &table, const QStringList
                                           nullptr, nullptr, nullptr, nullptr) == SQLITE_OK)
             return QString::fromLatin1(name);
     }
-    throw Failure(SQLITE_ERROR, u"%1 cannot be written: it is a view, or a table whose rows have "
-                                "no number that can be asked for."_s.arg(table));
+    throw Failure(SQLITE_ERROR, u"%1 cannot be written: it is a view, or a table without "
+                                "accessible row numbers."_s.arg(table));
 }
 
 } // namespace
@@ -60,7 +60,7 @@ void Recordset::Open(const Command &command, const std::vector<QVariant> &parame
 
 void Recordset::openTable(const QString &table)
 {
-    // Only a statement that has been stepped has seen what others changed in the table's columns.
+    // The statement sees changes that others made to the table's columns only after a step.
     Statement head(m_connection, u"SELECT * FROM %1 LIMIT 0"_s.arg(table));
     head.step();
     m_columns = columnNames(head);
@@ -79,7 +79,7 @@ void Recordset::openQuery(const QString &query, const std::vector<QVariant> &par
     Statement statement(m_connection, query, parameters);
     for (; statement.step(); ++m_queriedRows) {
         if (m_queriedRows == 0)
-            standOn(Row{0, rowValues(statement, 0)});
+            moveTo(Row{0, rowValues(statement, 0)});
     }
     m_columns = columnNames(statement);
 }
@@ -91,7 +91,7 @@ void Recordset::Close()
     m_columns.clear();
     m_lastNumber.reset();
     m_queriedRows = 0;
-    standOn({});
+    moveTo({});
     m_pending.clear();
 }
 
@@ -125,7 +125,7 @@ void Recordset::Find(const QString &Criteria, std::int32_t SkipRecords,
         throw Failure(Failure::NoCurrentRow);
 
     m_pending.clear();
-    standOn(found);
+    moveTo(found);
 }
 
 bool Recordset::Eof()
@@ -178,7 +178,7 @@ void Recordset::Update()
     else
         return;
     m_pending.clear();
-    standOn({});
+    moveTo({});
 }
 
 void Recordset::mustBeOpen() const
@@ -209,7 +209,7 @@ std::optional<Recordset::Row> Recordset::firstRow(const QString &condition, qlon
 {
     if (!m_lastNumber)
         return {};
-    QStringList names; // not "*": the table may have got other columns since the call
+    QStringList names; // not "*": the table may have other columns since Open
     for (const QString &column : m_columns)
         names += quotedName(column);
     Statement query(m_connection,
@@ -221,14 +221,14 @@ std::optional<Recordset::Row> Recordset::firstRow(const QString &condition, qlon
     return Row{query.value(0).toVariant().toLongLong(), rowValues(query, 1)};
 }
 
-/// Reads a table's first row, where the recordset stands after the call, once someone asks for it.
+/// Reads a table's first row, which is current after Open, when it is first needed.
 void Recordset::seekCurrent()
 {
     if (m_position == Position::First)
-        standOn(firstRow());
+        moveTo(firstRow());
 }
 
-void Recordset::standOn(const std::optional<Row> &row)
+void Recordset::moveTo(const std::optional<Row> &row)
 {
     m_position = row ? Position::On : Position::End;
     m_current = row.value_or(Row());
@@ -249,9 +249,9 @@ void Recordset::insertPending()
                                : u"(%1) VALUES (%2)"_s.arg(names.join(u','), places.join(u','));
     Statement insertion(m_connection, u"INSERT INTO %1 %2"_s.arg(m_table, values), parameters);
 
-    // The file may refuse a row without a word, by a trigger. A punch is not lost silently.
+    // A trigger in the file may drop the row silently. A punch must not be lost that way.
     if (insertion.execute() != 1)
-        throw Failure(SQLITE_CONSTRAINT, u"The database did not take the row."_s);
+        throw Failure(SQLITE_CONSTRAINT, u"The database did not accept the row."_s);
 }
 
 void Recordset::updatePending()

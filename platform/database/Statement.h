@@ -14,26 +14,25 @@
 namespace Tavrel
 {
 
-/// `name` as an identifier of SQL. Back quotes never turn into a text, as double quotes do around a
-/// name that no column has.
+/// `name` as an SQL identifier. In double quotes, a name that is not a column would become a
+/// string; in back quotes it never does.
 QString quotedName(const QString &name);
 
-/// One statement, from its preparation to its end. Every operation can fail with a failure of the
-/// connection. A statement must not outlive the use it is made for: one that is not finished locks
-/// the file for everybody else.
+/// A prepared statement. Every operation can throw a failure of the connection. Do not keep a
+/// statement longer than needed: an unfinished one locks the file for other programs.
 class Statement
 {
 public:
-    /// Prepares `sql`, with `parameters` bound in order. Values are Null, qlonglong, double,
-    /// QString, QByteArray, the smaller whole numbers, and QDateTime, which is stored as local
-    /// time in the form YYYY-MM-DD HH:MM:SS.
+    /// Prepares `sql` and binds `parameters` in order. Values are Null, qlonglong and smaller
+    /// integers, double, QString, QByteArray, and QDateTime, which is stored as local time in the
+    /// form YYYY-MM-DD HH:MM:SS.
     Statement(Connection &connection, const QString &sql,
               const std::vector<QVariant> &parameters = {});
 
-    /// Binds a value to the parameter at `index`, counted from 1, just as it is stored.
+    /// Binds a value, exactly as stored, to the parameter at `index`, counted from 1.
     void bind(int index, const StoredValue &value);
 
-    /// Steps to the next row; false when there is none.
+    /// Steps to the next row; false if there is none.
     bool step();
 
     int columnCount() const;
@@ -41,7 +40,8 @@ public:
 
     StoredValue value(int column) const;
 
-    /// Runs the statement to its end and returns how many rows it changed itself.
+    /// Runs the statement to its end and returns the number of rows that it changed itself, not
+    /// counting those changed by triggers.
     int execute();
 
 private:

@@ -9,8 +9,8 @@
 namespace Tavrel
 {
 
-/// A value just as the database stores it, text that is not valid UTF-8 included. It outlives the
-/// statement that has read it.
+/// A value exactly as the database stores it, including text that is not valid UTF-8. It may
+/// outlive the statement that read it.
 class StoredValue
 {
 public:

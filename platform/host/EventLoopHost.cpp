@@ -19,7 +19,8 @@ std::int32_t EventLoopHost::GetTickCount()
 
 void EventLoopHost::DoEvents(std::int32_t longestWait)
 {
-    // Asked to wait, the dispatcher does so only when nothing is pending; the timer ends the wait.
+    // With WaitForMoreEvents the dispatcher waits only if nothing is pending; the timer ends the
+    // wait.
     QTimer limit;
     QEventLoop::ProcessEventsFlags flags = QEventLoop::AllEvents;
     if (longestWait > 0) {

@@ -5,9 +5,8 @@
 namespace Tavrel
 {
 
-/// The real machine, as far as it goes without windows: the monotonic clock, the local time and
-/// the event loop of the thread, which must exist. Message boxes are left to the kind of program
-/// that runs on it.
+/// The real machine without windows: the monotonic clock, the local time and the event loop of the
+/// thread, which must exist. Derived classes implement the message boxes.
 class EventLoopHost : public Host
 {
 public:

@@ -14,7 +14,7 @@ namespace Tavrel
 namespace
 {
 
-/// One field of the text and what it stands for.
+/// A field of the text and its value.
 template <typename Value> struct Choice {
     const char *text;
     Value value;

@@ -28,7 +28,7 @@ QByteArray ParityMarks::decode(const QByteArray &raw)
             if (byte == '\0') {
                 m_state = State::InError;
             } else {
-                // Behind a mark the system only writes 00 or FF.
+                // After a mark the kernel writes only 00 or FF.
                 decoded += byte;
                 m_state = State::Plain;
             }

@@ -5,13 +5,14 @@
 namespace Tavrel
 {
 
-/// Decodes the marks that the system puts round bytes received in error (termios PARMRK): FF 00 X
-/// stands for a byte X in error, FF FF for a good byte FF. A mark may be cut anywhere between two
-/// calls; what is begun is kept until its end comes. (A break has no mark: the line ignores it.)
+/// Decodes the marks that the kernel puts around bytes received in error (termios PARMRK): FF 00 X
+/// is a byte X in error, FF FF a good byte FF. A mark may be split anywhere between two calls; its
+/// beginning is kept until the rest arrives. Breaks never arrive here: TermiosComm has the kernel
+/// ignore them (IGNBRK), so they leave no byte and no mark.
 class ParityMarks
 {
 public:
-    /// The bytes that `raw` ends, each one in error replaced by MSComm::ParityReplace.
+    /// Returns the bytes that `raw` completes, those in error replaced by MSComm::ParityReplace.
     QByteArray decode(const QByteArray &raw);
 
 private:

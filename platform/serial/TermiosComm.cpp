@@ -26,8 +26,8 @@ namespace
 constexpr unsigned FirstPseudoTerminalMajor = 136;
 constexpr unsigned LastPseudoTerminalMajor = 143;
 
-/// What is read from the line in one go: as much as the kernel keeps of it. A line that chatters
-/// without a pause can hold nobody up.
+/// The maximum that one call reads from the line: as much as the kernel buffers. A line that never
+/// pauses cannot block the caller.
 constexpr std::size_t ReadSize = 4096;
 
 bool isPseudoTerminal(int device)
@@ -38,15 +38,15 @@ bool isPseudoTerminal(int device)
     return number >= FirstPseudoTerminalMajor && number <= LastPseudoTerminalMajor;
 }
 
-/// Raw bytes at the wanted settings. Marks are asked for in every format: without them the system
-/// passes a break or an overrun on as a byte 00, though breaks are to be ignored. Bit 7 is taken
-/// off in 7-bit formats, for adapters that pass it on.
+/// Sets raw mode with the wanted settings. Marks are requested for every format: without them the
+/// kernel passes a break or an overrun on as a byte 00, although breaks are to be ignored. In 7-bit
+/// formats bit 7 is cleared, for adapters that pass it on.
 void configure(int device, const LineSettings &wanted, bool pseudoTerminal)
 {
     termios line = {};
     Failure::unless(::tcgetattr(device, &line) == 0);
     ::cfmakeraw(&line);
-    line.c_iflag = IGNBRK | PARMRK; // nothing stays of what another program has set
+    line.c_iflag = IGNBRK | PARMRK; // discards what another program has set
     if (wanted.checksParity)
         line.c_iflag |= INPCK;
     if ((wanted.controlBits & CSIZE) == CS7)
@@ -59,8 +59,8 @@ void configure(int device, const LineSettings &wanted, bool pseudoTerminal)
     Failure::unless(::cfsetospeed(&line, wanted.rate) == 0);
     Failure::unless(::tcsetattr(device, TCSANOW, &line) == 0);
 
-    // The call succeeds when any of the changes could be made. A pseudo-terminal has no line
-    // that the rest would matter on.
+    // tcsetattr succeeds if any of the changes could be made. On a pseudo-terminal the others do
+    // not matter.
     constexpr tcflag_t ParityMask = PARENB | PARODD | CMSPAR;
     termios actual = {};
     Failure::unless(::tcgetattr(device, &actual) == 0);
@@ -74,13 +74,14 @@ FileDescriptor openDevice(const QString &path, const LineSettings &settings)
     FileDescriptor device(
         ::open(QFile::encodeName(path).constData(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
     Failure::unless(bool(device));
-    Failure::unless(::isatty(device.get())); // EIO for a node without hardware behind it
+    Failure::unless(::isatty(device.get())); // EIO for a node without hardware
     Failure::unless(::flock(device.get(), LOCK_EX | LOCK_NB) == 0);
 
     const bool pseudoTerminal = isPseudoTerminal(device.get());
     configure(device.get(), settings, pseudoTerminal);
 
-    // Readers may be powered from these lines; a line without them says no, and needs none.
+    // Readers may be powered from these lines. A port without them returns an error, which does not
+    // matter.
     const int lines = TIOCM_DTR | TIOCM_RTS;
     ::ioctl(device.get(), TIOCMBIS, &lines);
     Failure::unless(::tcflush(device.get(), TCIOFLUSH) == 0);
@@ -174,13 +175,13 @@ void TermiosComm::open()
 void TermiosComm::close()
 {
     if (m_device)
-        ::tcflush(m_device.get(), TCOFLUSH); // or the system waits for a line that stands still
-    giveBackDevice();
+        ::tcflush(m_device.get(), TCOFLUSH); // or closing waits for output that is stuck
+    releaseDevice();
     m_portOpen = false;
     m_received.clear();
 }
 
-void TermiosComm::giveBackDevice()
+void TermiosComm::releaseDevice()
 {
     m_readable.reset();
     m_writable.reset();
@@ -200,7 +201,7 @@ void TermiosComm::receive()
         m_received += m_marks.decode(QByteArray(bytes.data(), count));
         m_received.truncate(InBufferSize);
     } else if (count == 0 || (errno != EAGAIN && errno != EINTR)) {
-        giveBackDevice();
+        releaseDevice();
     }
 }
 
@@ -213,7 +214,7 @@ void TermiosComm::send()
         else if (count == 0 || errno == EAGAIN)
             break;
         else if (errno != EINTR)
-            giveBackDevice();
+            releaseDevice();
     }
     if (m_writable)
         m_writable->setEnabled(!m_unsent.isEmpty());

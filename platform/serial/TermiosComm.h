@@ -13,17 +13,17 @@
 namespace Tavrel
 {
 
-/// The control on a terminal line of the system. It needs an event loop in its thread: waiting
-/// input wakes the loop, and waiting output goes out through it.
+/// The control on a termios device. It needs an event loop in its thread: input wakes the loop, and
+/// pending output is sent from it.
 ///
-/// Opening is exclusive, raw, without handshaking, with DTR and RTS raised, and throws away what
-/// waited on the line from before. Closing gives the exclusive mode back, which would last as long
-/// as anybody has the line open. A device that goes away is given back to the system, and the port
-/// stays open in name: nothing arrives any more and Output fails.
+/// Opening is exclusive and raw, without handshaking; it raises DTR and RTS, and discards what the
+/// line had buffered. Closing ends the exclusive mode, which would otherwise last as long as any
+/// process has the device open. If the device goes away its descriptor is closed, but the port
+/// counts as open: nothing arrives any more, and Output throws EIO.
 class TermiosComm : public MSComm
 {
 public:
-    /// `deviceOf`: finds the device of a port number.
+    /// `deviceOf` returns the path of the device for a port number.
     explicit TermiosComm(std::function<QString(std::int16_t)> deviceOf);
     ~TermiosComm() override;
     TermiosComm(const TermiosComm &) = delete;
@@ -40,11 +40,11 @@ public:
 private:
     void open();
     void close();
-    void giveBackDevice();
+    void releaseDevice();
     void receive();
     void send();
 
-    /// A notifier may be dropped while it is delivering: it is deleted when it is done.
+    /// A notifier may be released while it is delivering, so it is deleted later.
     struct DeleteLater {
         void operator()(QSocketNotifier *notifier) const;
     };
@@ -54,7 +54,7 @@ private:
     std::int16_t m_port = 1;
     LineSettings m_settings = {B9600, CS8, false};
     bool m_portOpen = false;
-    FileDescriptor m_device; ///< not held while the port is closed or open only in name
+    FileDescriptor m_device; ///< empty while the port is closed or its device has gone away
     Notifier m_readable;
     Notifier m_writable;
     ParityMarks m_marks;

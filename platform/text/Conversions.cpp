@@ -44,14 +44,14 @@ std::int16_t lenientNumber(const QString &text)
     static const QRegularExpression leadingNumber(
         u"^[+-]?(?:[0-9]+\\.?[0-9]*|\\.[0-9]+)(?:[eE][+-]?[0-9]+)?"_s);
 
-    // An expression finds nothing in a text with half a surrogate pair; no number needs more than
+    // QRegularExpression finds nothing in text with half a surrogate pair. Numbers need only
     // Latin-1.
     const QString plain = QString::fromLatin1(text.toLatin1()).remove(blanks);
     const QString number = leadingNumber.match(plain).captured();
     if (number.isEmpty())
         return 0;
 
-    // A number too small for a double converts as 0 without being a failure.
+    // A number too small for a double becomes 0, without a failure.
     const double value = QLocale::c().toDouble(number);
     return toInt16(value);
 }

@@ -22,8 +22,8 @@ constexpr qint64 DayZero = 2415019; // 30 December 1899, as a Julian day
 
 constexpr QStringView PlainTime = u"HH:mm:ss";
 
-/// The pattern of the user's long time, in Qt's letters, without the zone; HH:mm:ss for a
-/// format with other letters.
+/// The user's long time format as a Qt pattern, without the time zone; HH:mm:ss for a format with
+/// letters other than Qt's.
 QString longTimePattern(const QLocale &locale)
 {
     static const QString KnownLetters = u"hHmsaApP"_s;
@@ -35,7 +35,7 @@ QString longTimePattern(const QLocale &locale)
             quoted = !quoted;
         if (!quoted && letter == u't')
             continue;
-        // A few formats have letters that Qt would show as they are.
+        // A few formats have letters that Qt would print literally.
         if (!quoted && letter.unicode() < 0x80 && letter.isLetter() &&
             !KnownLetters.contains(letter))
             return PlainTime.toString();
@@ -50,7 +50,7 @@ QStringList datePatterns(const QLocale &locale)
             u"yyyy-MM-dd"_s};
 }
 
-/// Invalid when there is no such time; the hours of a half go from 1 to 12.
+/// Invalid if there is no such time; the hours of a half are 1 to 12.
 QTime timeOfNumbers(int hour, int minute, int second, DayHalf half)
 {
     if (half == DayHalf::Whole)
@@ -60,7 +60,7 @@ QTime timeOfNumbers(int hour, int minute, int second, DayHalf half)
     return QTime(hour % 12 + (half == DayHalf::Morning ? 0 : 12), minute, second);
 }
 
-/// How many hours, minutes or seconds there are.
+/// The number of hours in a day, minutes in an hour or seconds in a minute.
 int countOf(int part)
 {
     return part == TimePart::Hours ? 24 : 60;
@@ -73,7 +73,7 @@ const QRegularExpression &digits()
     return expression;
 }
 
-/// The letters of a text alone, for comparing: "p. m." is "pm".
+/// Only the letters of a text, for comparison: "p. m." becomes "pm".
 QString lettersOf(const QString &text)
 {
     static const QRegularExpression others(u"[\\p{Z}\\p{P}\\p{S}\\p{C}]"_s);
@@ -88,8 +88,8 @@ QStringList wordsAround(const QTime &time, const QLocale &locale)
     return words;
 }
 
-/// What a word of a time says: a half of the day, or Whole when it only parts two numbers. Nothing
-/// for any other word.
+/// The meaning of a word in a time: a half of the day, or Whole if it only separates two numbers.
+/// Empty for any other word.
 using Meaning = std::optional<DayHalf>;
 
 using Words = QHash<QString, Meaning>;
@@ -103,7 +103,7 @@ Words wordsOfAllLocales()
                 {u"早上"_s, DayHalf::Morning},
                 {u"中午"_s, DayHalf::Afternoon},
                 {u"晚上"_s, DayHalf::Afternoon}};
-    // A word with two meanings has none.
+    // A word with two meanings is ambiguous, and gets none.
     const auto add = [&words](const QString &word, DayHalf half) {
         const auto known = words.constFind(word);
         words[word] = known == words.cend() || *known == half ? Meaning(half) : std::nullopt;
@@ -125,8 +125,8 @@ Words wordsOfAllLocales()
     return words;
 }
 
-/// What `letters` mean before the first number of a time or after the n-th. The user's own words
-/// count first, also while they are being typed, then AM and PM, then those of the other locales.
+/// The meaning of `letters` in a time, after `place` numbers. The user's own words come first, even
+/// half typed, then AM and PM, then the words of other locales.
 Meaning meaningOf(const QString &letters, int place, const QLocale &locale)
 {
     const QString word = wordsAround(QTime(1, 0), locale).value(place);
@@ -144,7 +144,8 @@ Meaning meaningOf(const QString &letters, int place, const QLocale &locale)
     return others.value(letters);
 }
 
-/// The half that the last telling letter chooses: A, P and those by which the user's marks differ.
+/// The half of the day chosen by the last letter that decides it: A, P, or a letter found in only
+/// one of the user's two marks.
 DayHalf halfByLetter(const QString &letters, const QLocale &locale)
 {
     const QString morning = lettersOf(locale.amText());
@@ -160,16 +161,16 @@ DayHalf halfByLetter(const QString &letters, const QLocale &locale)
     return half;
 }
 
-/// The numbers that a run of digits makes from the given part of the time on; `marked` when a half
-/// of the day is chosen, too. Two digits make one number where they can.
+/// Splits a run of digits into numbers, the first of them the given part of the time; `marked` if a
+/// half of the day is given as well. Two digits make one number where possible.
 QList<TimeReading::Number> numbersOf(const QList<uint> &run, int part, bool marked)
 {
     QList<TimeReading::Number> numbers;
     for (qsizetype i = 0; i < run.size(); ++part) {
         const int tens = QChar::digitValue(run[i]) * 10;
         const int number = i + 1 < run.size() ? tens + QChar::digitValue(run[i + 1]) : tens;
-        // Three or five digits begin with an hour of one digit where two would be none: "730",
-        // "240", and "130 PM" though not "130".
+        // Three or five digits begin with a one-digit hour if two digits would not be an hour:
+        // "730", "240", and "130 PM" but not "130".
         const bool oddHour = part == TimePart::Hours && (run.size() == 3 || run.size() == 5) &&
                              (marked || number >= countOf(part));
         const bool single = i + 1 == run.size() || tens >= countOf(part) || oddHour;
@@ -188,7 +189,7 @@ QDate parseDate(const QString &text, const QLocale &locale)
     return {};
 }
 
-/// A time alone; digits alone are none.
+/// Parses a time without a date; digits alone are not a time.
 QTime parseTime(const QString &text, const QLocale &locale)
 {
     static const QRegularExpression number(u"^\\d+$"_s,
@@ -206,7 +207,8 @@ double timeOfDay(const QTime &time)
 DateAndTime parseDateAndTime(const QString &text, const QLocale &locale)
 {
     const QString trimmed = text.trimmed();
-    // A locale's time may look like another's date, as 10.12.05 does, but for these two characters.
+    // The same text may be a time in one locale and a date in another, as 10.12.05 is. Only "/" and
+    // "-" make it a date first.
     const bool maybeDate = trimmed.contains(u'/') || trimmed.contains(u'-');
     const QTime whole = parseTime(trimmed, locale);
     if (whole.isValid() && !maybeDate)
@@ -214,7 +216,7 @@ DateAndTime parseDateAndTime(const QString &text, const QLocale &locale)
     if (const QDate date = parseDate(trimmed, locale); date.isValid())
         return {date, QTime(0, 0)};
 
-    // Dates and times may hold blanks of their own, so every blank may be the one between them.
+    // Dates and times may contain blanks themselves, so any blank may be the one between them.
     for (qsizetype blank = trimmed.indexOf(u' '); blank > 0;
          blank = trimmed.indexOf(u' ', blank + 1)) {
         const QDate date = parseDate(trimmed.left(blank), locale);
@@ -285,7 +287,7 @@ TimeReading readTime(const QString &text, const QLocale &locale, TimePart::Kind 
     TimeReading read;
     auto found = digits().globalMatch(text);
     bool isTime = found.hasNext() && !text.contains(opening);
-    QList<QList<uint>> runs; // of digits with nothing between them that parts them
+    QList<QList<uint>> runs; // of digits that no separator divides
     bool parted = false;
     qsizetype end = 0; // of the last run
     for (int place = first; end >= 0; ++place) {

@@ -30,10 +30,10 @@ QFont windowFont(double points, bool bold)
 
 QFont fittedFont(QFont font, const QString &text, int width)
 {
-    constexpr int Narrowest = QFont::Unstretched / 2; // beyond which nobody could read it
+    constexpr int Narrowest = QFont::Unstretched / 2; // anything narrower is illegible
     font.setStretch(QFont::Unstretched);
     const auto advance = [&] { return QFontMetrics(font).horizontalAdvance(text); };
-    // Not always at the first go, for letters may be whole pixels wide.
+    // One step may not be enough, because letter widths may be whole pixels.
     while (advance() > width && font.stretch() > Narrowest)
         font.setStretch(std::max(Narrowest, font.stretch() * width / advance()));
     return font;

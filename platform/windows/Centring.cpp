@@ -11,9 +11,8 @@ namespace Tavrel
 namespace
 {
 
-/// The window system gives a window its frame, or another one, when it likes, and the toolkit
-/// takes note of it without a word. So this looks at the margins after every event of the window
-/// system, whichever it is.
+/// The window manager may add or change the frame of a window at any time, and Qt reports no change
+/// of the frame margins. So the margins are checked after every native event.
 class Centring : public QObject, public QAbstractNativeEventFilter
 {
 public:
@@ -25,22 +24,22 @@ public:
 
     bool nativeEventFilter(const QByteArray &, void *, qintptr *) override
     {
-        // The toolkit has yet to take the event in.
+        // Qt has not processed the event yet.
         QMetaObject::invokeMethod(this, &Centring::centreInNewFrame, Qt::QueuedConnection);
         return false;
     }
 
 private:
-    /// None before the window has a handle, which it gets when it is shown. Making one earlier, by
-    /// winId(), would make native windows of all controls of the window's owner.
+    /// Empty until the window has a handle, which it gets when it is shown. Creating one earlier,
+    /// with winId(), would turn all controls of the window's owner into native windows.
     QMargins margins() const
     {
         const QWindow *handle = m_window.windowHandle();
         return handle ? handle->frameMargins() : QMargins();
     }
 
-    /// A window that stands elsewhere was moved, or the window system has not yet reported where it
-    /// put it; that report is an event, too.
+    /// If the window is elsewhere, the user has moved it, or the window manager has not yet
+    /// reported where it put it; that report is a native event, too.
     void centreInNewFrame()
     {
         if (margins() != m_margins && m_window.geometry() == m_place)

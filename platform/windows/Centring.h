@@ -5,8 +5,8 @@
 namespace Tavrel
 {
 
-/// Puts a window that is not shown yet in the middle of the whole screen, and keeps it there, its
-/// frame included, for as long as nobody moves it.
+/// Centres a window that is not shown yet on the whole screen, including its frame, and keeps it
+/// centred until it is moved.
 void centreOnScreen(QWidget &window);
 
 } // namespace Tavrel

@@ -5,8 +5,8 @@
 namespace Tavrel
 {
 
-/// A command button of the platform's look that shows its focus also where the platform's own mark
-/// of it, a line round the button, is lost on a dark window.
+/// A command button in the platform's style that shows its focus even on a dark window, where the
+/// platform's own focus line around the button is invisible.
 class CommandButton : public QPushButton
 {
 public:

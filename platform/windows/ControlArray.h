@@ -7,13 +7,13 @@
 namespace Tavrel
 {
 
-/// Controls under one name with an index. It does not own them.
+/// Controls that share a name and have an index each. Does not own them.
 template <typename Control> class ControlArray
 {
 public:
     void add(int index, Control *control) { m_controls[index] = control; }
 
-    /// Failure 9 when there is no control of this index.
+    /// Throws Failure::SubscriptOutOfRange if there is no control with this index.
     Control *operator()(int index) const
     {
         const auto found = m_controls.find(index);

@@ -25,9 +25,9 @@ namespace
 {
 
 constexpr int HoursOfHalf = 12;
-constexpr int LineMargins = 4; ///< what a line edit leaves free beside its text, in pixels
+constexpr int LineMargins = 4; ///< of a line edit, left and right together, in pixels
 
-/// What a part of the time counts: units of so many seconds, from 0 to `count` - 1.
+/// The unit of a part of the time: its length in seconds, and its range, 0 to `count` - 1.
 struct Unit {
     int seconds;
     int count;
@@ -37,7 +37,7 @@ struct Unit {
         return time.msecsSinceStartOfDay() / 1000 / seconds % count;
     }
 
-    /// The same time with another number of these units.
+    /// `time` with another number of these units.
     QTime set(const QTime &time, int number) const
     {
         return time.addSecs((number - numberIn(time)) * seconds);
@@ -58,8 +58,8 @@ DTPicker::DTPicker(QWidget *parent) : QAbstractSpinBox(parent)
 {
     setLocale(userLocale());
     lineEdit()->installEventFilter(this);
-    lineEdit()->setDragEnabled(false); // a click on the selected group is a click like any other
-    lineEdit()->setAcceptDrops(false); // the picker itself takes them
+    lineEdit()->setDragEnabled(false); // a click on the selected group must not start a drag
+    lineEdit()->setAcceptDrops(false); // the picker itself accepts drops
     setAcceptDrops(true);
     setTime(m_value);
     choose(group(TimePart::Hours));
@@ -95,7 +95,7 @@ QAbstractSpinBox::StepEnabled DTPicker::stepEnabled() const
 bool DTPicker::event(QEvent *event)
 {
     if (event->type() == QEvent::InputMethod) {
-        // What is still being composed is no time and is not shown.
+        // Text that an input method is still composing is not shown.
         type(static_cast<QInputMethodEvent *>(event)->commitString());
         return true;
     }
@@ -106,7 +106,7 @@ bool DTPicker::event(QEvent *event)
     case QEvent::StyleChange:
     case QEvent::LocaleChange:
         setTime(m_value);
-        choose(group(TimePart::Hours)); // there may be other groups now
+        choose(group(TimePart::Hours)); // the groups may have changed
         break;
     default:
         break;
@@ -122,7 +122,7 @@ bool DTPicker::eventFilter(QObject *field, QEvent *event)
     if (button == Qt::MiddleButton) {
         paste(QApplication::clipboard()->text(QClipboard::Selection));
     } else {
-        field->event(event); // first, for it copies what is selected to the clipboard's selection
+        field->event(event); // first, because it copies the selected text to the primary selection
         if (button == Qt::LeftButton)
             allSelected() ? chooseAll() : choose(groupAt(lineEdit()->cursorPosition()));
     }
@@ -133,8 +133,8 @@ void DTPicker::focusInEvent(QFocusEvent *event)
 {
     QAbstractSpinBox::focusInEvent(event);
     switch (event->reason()) {
-    case Qt::MouseFocusReason:        // the click says which group
-    case Qt::ActiveWindowFocusReason: // back to where it was
+    case Qt::MouseFocusReason:        // the click chooses the group
+    case Qt::ActiveWindowFocusReason: // the group stays
     case Qt::PopupFocusReason:
         break;
     default:
@@ -212,7 +212,7 @@ void DTPicker::setTime(const QTime &time)
     lineEdit()->setText(m_text);
 }
 
-/// Whether there is room for every time in the user's format; one form is shown for all of them.
+/// Whether every time fits in the user's format; all times are shown in the same format.
 bool DTPicker::regionalFits() const
 {
     QStyleOptionSpinBox option;
@@ -231,20 +231,20 @@ bool DTPicker::allSelected() const
     return lineEdit()->selectedText() == m_text;
 }
 
-/// The group of the given kind; one behind the last when there is none.
+/// The index of the group of the given kind; m_groups.size() if there is none.
 qsizetype DTPicker::group(TimePart::Kind kind) const
 {
     return std::ranges::find(m_groups, kind, &TimePart::kind) - m_groups.begin();
 }
 
-/// The group that the cursor at `position` stands in or behind; the first one before it.
+/// The index of the group at or before cursor `position`; 0 before the first.
 qsizetype DTPicker::groupAt(int position) const
 {
-    const auto behind = std::ranges::upper_bound(m_groups, position, {}, &TimePart::start);
-    return std::max<qsizetype>(behind - m_groups.begin() - 1, 0);
+    const auto next = std::ranges::upper_bound(m_groups, position, {}, &TimePart::start);
+    return std::max<qsizetype>(next - m_groups.begin() - 1, 0);
 }
 
-/// Makes the group current, with nothing typed; the nearest one when there is no such group.
+/// Makes the group current, with nothing typed; the nearest one if there is no such group.
 void DTPicker::choose(qsizetype group)
 {
     m_current = std::clamp<qsizetype>(group, 0, m_groups.size() - 1);
@@ -285,7 +285,7 @@ void DTPicker::type(const QString &text)
     }
 }
 
-/// Shows what has been typed, put into the time over which it is typed.
+/// Shows the typed text, merged into the time that it is typed over.
 void DTPicker::readTyped()
 {
     const qsizetype lastGroup = m_groups.size() - 1;
@@ -315,8 +315,8 @@ void DTPicker::readTyped()
     select();
 }
 
-/// The hour that `number` stands for: in a 12-hour format 1 to 12, and 0, are hours of the half in
-/// which `time` lies.
+/// The hour that `number` means: in a 12-hour format, 0 to 12 are hours in `time`'s half of the
+/// day.
 int DTPicker::inHalf(int number, const QTime &time) const
 {
     if (group(TimePart::HalfOfDay) == m_groups.size() || number > HoursOfHalf)
@@ -324,7 +324,7 @@ int DTPicker::inHalf(int number, const QTime &time) const
     return number % HoursOfHalf + (time.hour() < HoursOfHalf ? 0 : HoursOfHalf);
 }
 
-/// Sets the number that the current group stands for, hours as 0 to 23, and nothing else.
+/// Sets only the number of the current group; hours are 0 to 23.
 void DTPicker::setCurrent(int number)
 {
     setTime(Units[m_groups[m_current].kind].set(m_value, number));

@@ -7,52 +7,53 @@
 namespace Tavrel
 {
 
-/// A picker of a time of day, in the user's long format (as HH:mm:ss where that is too wide). It
-/// always shows a time, and what it shows is its value.
+/// Picks a time of day, in the user's long format (as HH:mm:ss if that is too wide). It always
+/// shows a valid time, which is its value.
 ///
-/// The hours, minutes, seconds and, in a 12-hour format, the half of the day are groups. One of
-/// them is current; it is selected, and keys, wheel and spin buttons act on it:
-/// - What is typed, from the current group on, is read by readTime and replaces the groups that it
-///   gives; with all selected it begins at midnight, and gives what the same text gives when it is
-///   pasted. Digits pass on to the next group when theirs is full or no second digit can follow.
-///   Hours that do not exist leave the group as it was. In a 12-hour format 1 to 12 stay in their
-///   half, unless all was selected, 13 to 23 are hours of the afternoon and 00 is midnight.
-/// - A separator, of any length, steps to the next group, unless the digits before it have just
-///   passed on to it.
-/// - A, P and the letters by which the format's own marks differ choose the half of the day, from
-///   any group and in a 24-hour format, too. Letters without a meaning are not taken.
-/// - Left, Right, Home, End and a click choose the group; entering the field by a key chooses the
-///   hours, which are also the group of a field not yet touched. The wheel chooses the group
-///   under the pointer. Up, Down, the wheel and the spin buttons step the group, around its end.
-/// - Delete, Backspace and Cut make the group 00 (the hours of a 12-hour format 12, in their half),
-///   or all of it midnight when all is selected. Right after a group has passed on, Backspace goes
-///   back to it.
-/// - What is pasted or dropped replaces all, as readTime reads it; when it gives no time it is not
-///   taken.
+/// Hours, minutes, seconds and, in a 12-hour format, the half of the day are groups. One of them is
+/// current: it is selected, and keys, wheel and spin buttons act on it:
+/// - Typed text is read by readTime, from the current group on, and replaces the groups that it
+///   covers. With everything selected it starts from midnight, with the same result as pasting the
+///   text. Typing moves on to the next group when one is full or no second digit can follow. Hours
+///   that do not exist leave the group unchanged. In a 12-hour format 1 to 12 stay in their half
+///   unless everything was selected, 13 to 23 are afternoon hours and 00 is midnight.
+/// - A separator of any length moves to the next group, unless the digits before it have just done
+///   so.
+/// - A, P and letters found in only one of the format's two marks choose the half of the day, from
+///   any group, even in a 24-hour format. Letters without a meaning are ignored.
+/// - Left, Right, Home, End and a click choose the group; entering the field with the keyboard
+///   chooses the hours, which are also current at first. The wheel chooses the group under the
+///   pointer. Up, Down, the wheel and the spin buttons step the group and wrap around.
+/// - Delete, Backspace and Cut set the group to 00 (the hours of a 12-hour format to 12 in their
+///   half; the half stays as it is), or the time to midnight if everything is selected. Right after
+///   typing has moved on to the next group, Backspace moves back.
+/// - Pasted or dropped text replaces the whole time, as readTime reads it; if it is not a time it
+///   is ignored.
 /// - Enter, Esc and Tab are left to the window.
 ///
-/// The picker keeps the groups and what has been typed, and never reads its own text again.
-/// QTimeEdit does, and in 6.4 loses digits typed after a click, reads "7:30" as 07:15:30 and takes
-/// a paste in its own format alone; so this is a field of its own.
+/// The picker keeps the groups and the typed text, and never parses its own display. QTimeEdit
+/// does, and in Qt 6.4 loses digits typed after a click, reads "7:30" as 07:15:30 and accepts only
+/// its own format when pasting; hence this class.
 class DTPicker : public QAbstractSpinBox
 {
 public:
-    /// The dates that a value may come with; they are not shown and not kept.
+    /// The range of dates that a value may include; the date is neither shown nor kept.
     static constexpr QDate MinDate = QDate::fromJulianDay(2305814); ///< 1 January 1601
     static constexpr QDate MaxDate = QDate::fromJulianDay(5373484); ///< 31 December 9999
 
     explicit DTPicker(QWidget *parent);
 
-    /// The time that the field shows, in whole seconds, also while it is being typed.
+    /// The time that the field shows, in whole seconds, even while it is being typed.
     QTime Value() const { return m_value; }
 
-    /// Takes a text that parseDateAndTime reads; a date alone gives midnight. Failure 13, with the
-    /// old value kept, when it cannot be read, or its date is out of range.
+    /// Sets the time from a text that parseDateAndTime accepts; a date alone means midnight. Throws
+    /// Failure::TypeMismatch, and keeps the old value, if it cannot be parsed or its date is out of
+    /// range.
     void Value(const QString &text);
 
     void stepBy(int steps) override;
 
-    /// Nothing but the picker itself changes the text: any other change is undone at once.
+    /// Only the picker itself changes the text: any other change is undone at once.
     QValidator::State validate(QString &input, int &position) const override;
 
 protected:
@@ -92,7 +93,7 @@ private:
     QString m_typed;             ///< what has been typed since a group was chosen
     qsizetype m_typedFrom = 0;   ///< the group that was current then
     QTime m_typedOver;           ///< the value then
-    bool m_typedOverAll = false; ///< all of it was selected then
+    bool m_typedOverAll = false; ///< everything was selected then
 };
 
 } // namespace Tavrel

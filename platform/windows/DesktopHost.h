@@ -8,6 +8,10 @@ namespace Tavrel
 {
 
 /// The real machine with a desktop: message boxes are windows.
+///
+/// While a box is open the user cannot close any other window of the program: QMessageBox::exec
+/// makes the box application-modal, and Qt rejects a close request from the window manager for a
+/// window that a modal one blocks. Code can: QWidget::close is not rejected.
 class DesktopHost : public EventLoopHost
 {
 public:
@@ -15,7 +19,8 @@ public:
     void MsgBox(const QString &text, const QString &title, MsgBoxIcon icon) override;
 
 private:
-    /// Made with the first box that shows it: the toolkit keeps a copy of every one it ever made.
+    /// Created by the first box that shows it, and kept: Qt caches a copy of every icon ever
+    /// created.
     QIcon m_criticalIcon;
 };
 

@@ -8,20 +8,20 @@
 namespace Tavrel
 {
 
-/// A window of fixed size with a title bar: a top-level window of its own on the desktop.
+/// A top-level window of fixed size with a title bar.
 class Form : public QWidget
 {
 public:
-    /// `clientWidth` and `clientHeight` in twips; `titleBarButtons`: the hints of those that the
-    /// title bar has.
+    /// `clientWidth` and `clientHeight` in twips; `titleBarButtons`: the window hints for the
+    /// buttons of the title bar.
     Form(const QString &name, const QString &caption, int clientWidth, int clientHeight,
          Qt::WindowFlags titleBarButtons);
 
-    /// Runs when the window is being closed by anybody: by its close box, by close().
+    /// Sets the callback that runs when the window is closed, by its close button or by close().
     void onUnload(std::function<void()> unloaded) { m_unloaded = std::move(unloaded); }
 
 protected:
-    /// The button that Esc presses; none at first.
+    /// The button that Esc presses; none by default.
     void setCancelButton(QAbstractButton *button) { m_cancelButton = button; }
 
     /// Esc presses the cancel button, Enter the button that has the focus.

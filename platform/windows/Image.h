@@ -6,7 +6,7 @@
 namespace Tavrel
 {
 
-/// An opaque bitmap that covers the whole of the control.
+/// An opaque bitmap that covers the whole control.
 class Image : public QWidget
 {
 public:

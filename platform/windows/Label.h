@@ -5,7 +5,7 @@
 namespace Tavrel
 {
 
-/// A label whose text is squeezed, not cut, when the typeface at hand is too wide for its place.
+/// A label that squeezes its text, instead of cutting it off, if the available font is too wide.
 class Label : public QLabel
 {
 public:
@@ -15,7 +15,7 @@ protected:
     void resizeEvent(QResizeEvent *event) override;
 
 private:
-    using QLabel::setText; // which does not squeeze
+    using QLabel::setText; // does not squeeze
 };
 
 } // namespace Tavrel

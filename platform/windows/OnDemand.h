@@ -5,8 +5,8 @@
 namespace Tavrel
 {
 
-/// A form that is made when it is first touched and gone once it is unloaded, however it comes to
-/// be closed. The next touch makes it anew.
+/// A form that is created on first access and destroyed when it is unloaded, however it is closed.
+/// The next access creates a new one.
 template <typename Window> class OnDemand
 {
 public:
@@ -23,7 +23,7 @@ public:
 
     bool IsLoaded() const { return m_window != nullptr; }
 
-    /// It may be the window's own event that unloads it, so the object goes a little later.
+    /// Deletes the window later, because this may run inside one of its own events.
     void Unload()
     {
         if (Window *window = m_window.release()) {

@@ -6,9 +6,9 @@
 namespace Tavrel
 {
 
-/// An option button in graphical style: a push button that stays down while it is selected, in
-/// colours of its own. The options in one container exclude each other; `toggled(true)` says
-/// that the button became selected, by the user or by the program.
+/// An option button in graphical style: a push button with its own colours that stays down while it
+/// is selected. The options in one container exclude each other; `toggled(true)` is emitted when
+/// the button becomes selected, by the user or by the program.
 class OptionButton : public QAbstractButton
 {
 public:

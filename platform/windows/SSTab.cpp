@@ -11,7 +11,7 @@ namespace Tavrel
 namespace
 {
 
-/// The style of the desktop, with the captions nearly as wide as their tabs.
+/// The desktop's style, with captions nearly as wide as their tabs.
 class TightStyle : public QProxyStyle
 {
 public:
@@ -51,7 +51,7 @@ SSTab::SSTab(const QStringList &captions, const Placement &placement, int tabHei
     : QTabWidget(parent)
 {
     place(*this, placement);
-    setFocusPolicy(Qt::NoFocus); // the bar takes it; a second stop would keep it for good
+    setFocusPolicy(Qt::NoFocus); // the tab bar takes it; a second tab stop would trap it
     setTabBar(new EvenTabBar(width(), tabHeight, this));
     for (const QString &caption : captions)
         addTab(new QWidget, caption);

@@ -24,10 +24,10 @@ void TextBox::Text(const QString &wanted)
     setCursorPosition(0);
 }
 
-/// What the frame, the padding and the cursor leave for the text.
+/// The width that frame, padding and cursor leave for the text.
 int TextBox::textWidth() const
 {
-    constexpr int Padding = 2; // the toolkit's own, on either side
+    constexpr int Padding = 2; // Qt's own, on either side
     QStyleOptionFrame frame;
     initStyleOption(&frame);
     return style()->subElementRect(QStyle::SE_LineEditContents, &frame, this).width() -

@@ -5,21 +5,21 @@
 namespace Tavrel
 {
 
-/// A text box that the user can focus and select in, but not edit. The text stands at the left,
-/// also one that runs from right to left.
+/// A text box in which the user can set the focus and select, but not edit. All text is aligned
+/// left, even a date that runs from right to left, as in Arabic or Hebrew.
 class TextBox : public QLineEdit
 {
 public:
-    /// What becomes of a text that is wider than the box.
+    /// What happens to text that is wider than the box.
     enum class Overlong { ShowsBeginning, IsSqueezed };
 
     TextBox(Overlong overlong, QWidget *parent);
 
-    /// Setting the text that is there already leaves the user's selection alone.
+    /// Sets the text. If it is unchanged, so is the selection.
     void Text(const QString &text);
 
 private:
-    using QLineEdit::setText; // which does not squeeze
+    using QLineEdit::setText; // does not squeeze
     int textWidth() const;
 
     Overlong m_overlong;

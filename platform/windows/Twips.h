@@ -7,13 +7,13 @@ namespace Tavrel
 
 inline constexpr int TwipsPerPixel = 15;
 
-/// A length in twips as logical pixels, to the nearest.
+/// A length in twips, rounded to the nearest logical pixel.
 constexpr int pixels(int twips)
 {
     return (twips + TwipsPerPixel / 2) / TwipsPerPixel;
 }
 
-/// Place and size of a control in its container, in twips.
+/// The position and size of a control in its container, in twips.
 struct Placement {
     int Left;
     int Top;

@@ -78,8 +78,8 @@ private Q_SLOTS:
     void failures_data()
     {
         Table<QByteArray, QByteArray, bool, QString> row("cause", "cure", "batchIsWritten", "box");
-        const QString noNumbers = "1: `%1` cannot be written: it is a view, or a table whose rows "
-                                  "have no number that can be asked for.";
+        const QString noNumbers = "1: `%1` cannot be written: it is a view, or a table without "
+                                  "accessible row numbers.";
         row("no batch table", "ALTER TABLE RawData RENAME TO Gone",
             "ALTER TABLE Gone RENAME TO RawData", false, "1: no such table: RawData");
         row("no batch column", "ALTER TABLE RawData RENAME COLUMN RecordCount TO Gone",
