@@ -10,28 +10,27 @@
 namespace Tavrel
 {
 
-/// The program as the system knows it.
+/// The running program: its version, its folder and the lock against a second instance.
 namespace App
 {
 
-/// The folder of the program's executable; it ends in a separator only when it is "/". Needs the
-/// toolkit's application object.
+/// The folder of the executable, without a separator at its end unless it is "/". Needs the
+/// QApplication.
 QString Path();
 
-/// The user's claim to be running the program, which one process at a time has: a lock in the
-/// user's run-time folder and then one in the settings folder, so that a start that knows only one
-/// of them meets it too. The system takes it back when the process ends, however it ends.
+/// Keeps each user to one instance of the program: a lock in the user's run-time folder and then
+/// one in the settings folder, so that an instance that knows only one of the folders is detected,
+/// too. The kernel releases the locks when the process ends, however it ends.
 ///
-/// Every start takes the locks in this order and stops at the first that is refused. So of two
-/// starts at once one has what the other lacks, and lives.
+/// Every instance takes the locks in this order and stops at the first one refused. So of two that
+/// start at the same time, one gets the lock that the other lacks, and runs.
 class InstanceLock
 {
 public:
-    /// Claims. Nothing of the toolkit need exist yet.
+    /// Takes the locks. Needs no QApplication.
     InstanceLock();
 
-    /// Whether another instance of this user was running already. Where no folder can hold the
-    /// claim there is none.
+    /// Whether this user already had an instance running. False if no folder can hold a lock.
     bool PrevInstance() const { return m_prevInstance; }
 
 private:

@@ -27,10 +27,11 @@ int Main(int argc, char *argv[])
     if (instance.PrevInstance())
         return 0;
 
-    // A limit on the size of files is a failure of the write, as a full disk is, and not the end.
+    // Makes a write beyond the limit on file sizes fail, as on a full disk, instead of ending the
+    // process.
     std::signal(SIGXFSZ, SIG_IGN);
     QtMessages::keep();
-    argc = std::min(argc, 1); // its name: the toolkit would act on the arguments it knows
+    argc = std::min(argc, 1); // only the name: Qt would act on the arguments that it knows
     chooseUtf8Locale();
     QApplication application(argc, argv);
     QApplication::setApplicationName(ApplicationTitle);

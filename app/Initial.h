@@ -3,12 +3,12 @@
 namespace Tavrel
 {
 
-/// The module that the program begins in.
+/// Where the program starts.
 namespace Initial
 {
 
-/// Starts the program, runs it to its end and returns its status. Command-line arguments have no
-/// effect. While this user runs an instance already it returns 0 at once, silently.
+/// Runs the program and returns its exit status. Command-line arguments have no effect. If this
+/// user already has an instance running it returns 0 at once, silently.
 int Main(int argc, char *argv[]);
 
 } // namespace Initial

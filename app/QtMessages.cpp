@@ -26,7 +26,7 @@ void take(QtMsgType type, const QMessageLogContext &context, const QString &text
     {
         const std::lock_guard lock(mutex);
         if (type == QtFatalMsg) {
-            // More sentences advise to install the program again, and list the plugins.
+            // The sentences that follow advise reinstalling the program, and list the plugins.
             kept += text.section(u". "_s, 0, 0);
             kept.removeDuplicates();
             std::fprintf(stderr, "%s: %s\n", program_invocation_short_name,

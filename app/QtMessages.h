@@ -3,19 +3,18 @@
 namespace Tavrel
 {
 
-/// What Qt says on the standard error, and the end of a program that it cannot show.
+/// Qt's messages on standard error, and the end of a program that has no display.
 ///
-/// Where there is no display Qt says so in several messages and then aborts. With this in place
-/// before the QApplication is made, a failure that Qt calls fatal ends the process with status 1,
-/// otherwise as Host::End does, and with one line: the program's name, the messages kept, the
-/// failure.
+/// Without a display Qt prints several messages and then aborts. If keep() was called before the
+/// QApplication was created, a fatal Qt message ends the process as Host::End does, but with status
+/// 1 and one line: the name of the program, the messages kept, the fatal one.
 namespace QtMessages
 {
 
-/// Keeps messages back from now on.
+/// Holds messages back from now on.
 void keep();
 
-/// Passes on what was kept, and from now on each message as it comes.
+/// Prints the messages held back, and from now on each message as it comes.
 void pass();
 
 } // namespace QtMessages

@@ -20,7 +20,7 @@ class frmMain : public Form
 public:
     frmMain(Host &host, DataEnvironment &environment);
 
-    /// Loads the window and puts it in the middle of the screen.
+    /// Loads the window and shows it in the middle of the screen.
     void Show();
 
     ClockFace face;

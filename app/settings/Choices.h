@@ -10,8 +10,8 @@
 namespace Tavrel
 {
 
-/// What the positions stored in the settings stand for, counted from 0. Their order is stored data:
-/// an entry may be added at the end and never moved.
+/// The entries that the positions stored in the settings refer to, counted from 0. Their order is
+/// stored data: a new entry goes at the end, and none is ever moved.
 namespace Choices
 {
 
@@ -20,7 +20,7 @@ inline constexpr std::array BaudRates{"9600", "4800", "2400"};
 inline constexpr std::array LineFormats{"N,8,1", "O,7,1", "S,7,1"}; ///< parity, data, stop bits
 inline constexpr std::array Tracks{"Track1", "Track2", "Track3"};
 
-/// The entry at a stored position; failure 9 when there is none.
+/// The entry at a stored position. Throws Failure::SubscriptOutOfRange if there is none.
 template <typename Entries> QString entryAt(const Entries &choices, std::int16_t index)
 {
     if (index < 0 || static_cast<std::size_t>(index) >= choices.size())

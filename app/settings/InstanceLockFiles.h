@@ -5,9 +5,9 @@
 namespace Tavrel
 {
 
-/// The files that a running clock of this user holds locks on, in the order in which it takes them:
-/// in the user's run-time folder, where the system names one, and in the settings folder. Neither
-/// the files nor the folders need exist.
+/// The files that a running clock of this user has locked, in the order in which it locks them: in
+/// the user's run-time folder, if XDG_RUNTIME_DIR names one, and in the settings folder. Neither
+/// the files nor the folders need to exist.
 QStringList instanceLockFiles();
 
 } // namespace Tavrel

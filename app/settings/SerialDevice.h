@@ -7,9 +7,9 @@
 namespace Tavrel
 {
 
-/// The device of port `port`, counted from 1: the first that exists of the link COMn in the
-/// user's settings folder, the link /dev/COMn, and /dev/ttyS(n-1). A link that points nowhere
-/// exists too.
+/// The device of port `port`, counted from 1: the link COMn in the user's settings folder if it
+/// exists, else the link /dev/COMn if it exists, else /dev/ttyS(n-1). A dangling link counts as
+/// existing.
 QString serialDevice(std::int16_t port);
 
 } // namespace Tavrel

@@ -26,15 +26,15 @@ QString address(const QString &section, const QString &key)
     return section + u'/' + key;
 }
 
-/// An unquoted comma in the file makes a value a list; here it is text all the same.
+/// QSettings turns a value with an unquoted comma into a list; this turns it back into text.
 QString textOf(const QVariant &value)
 {
     return value.typeId() == QMetaType::QStringList ? value.toStringList().join(u", ")
                                                     : value.toString();
 }
 
-/// A folder beside a file for what a write leaves there before the file's new content is whole.
-/// Whatever a killed write has left behind is in it, and goes at the next write; nothing else does.
+/// A folder next to a file that holds the new content until it is complete. What a killed write
+/// left is in it, and is all that the next write deletes.
 class DraftFolder
 {
 public:
@@ -48,18 +48,19 @@ public:
     ~DraftFolder() { remove(); }
     Q_DISABLE_COPY_MOVE(DraftFolder)
 
-    /// A name that no draft had before, for QSettings remembers files by their names.
+    /// A name that no earlier draft had, because QSettings caches files by their names.
     QString file() const { return m_folder.filePath(QString::number(m_number)); }
 
 private:
     void remove()
     {
-        // The drafts, and what QSettings makes beside them, have names that begin with a number.
+        // The names of drafts, and of the files that QSettings creates next to them, begin with a
+        // digit.
         for (const QString &name : m_folder.entryList(QDir::Files | QDir::Hidden)) {
             if (name[0].isDigit())
                 m_folder.remove(name);
         }
-        m_folder.rmdir(m_folder.path()); // which only an empty folder allows
+        m_folder.rmdir(m_folder.path()); // works only on an empty folder
     }
 
     static inline int s_drafts = 0;
@@ -67,8 +68,8 @@ private:
     QDir m_folder;
 };
 
-/// Whether `draft` has become a copy of what is stored, with its permissions. There is nothing to
-/// copy when nothing is stored yet.
+/// Copies the stored file, with its permissions, to `draft`; returns whether that succeeded. A
+/// missing file is a success, text that is not UTF-8 a failure.
 bool copied(const QFileInfo &stored, const QString &draft)
 {
     if (!stored.exists())
@@ -78,19 +79,20 @@ bool copied(const QFileInfo &stored, const QString &draft)
            file.copy(draft);
 }
 
-/// Whether the settings file `draft`, which must be in the format, has taken the text.
+/// Stores `text` in the settings file `draft`; false if it cannot be parsed or written.
 bool changed(const QString &draft, const QString &name, const QString &text)
 {
-    // QSettings goes on serving what it could not write, and overwrites what it could not read. So
-    // it writes here, and never to the store.
+    // QSettings keeps returning values that it could not write, and overwrites files that it could
+    // not read. So it only ever writes drafts, never the store.
     QSettings settings(draft, QSettings::NativeFormat);
     settings.setValue(name, text);
     settings.sync();
     return settings.status() == QSettings::NoError;
 }
 
-/// Whether the file has got a later time than the one that it is to replace. Readers know a
-/// changed file by its size and its time in milliseconds, and two writes may be closer than that.
+/// Gives the file a later time than that of the file it will replace; returns whether that
+/// succeeded. QSettings detects changes by size and time in milliseconds, and two writes may be
+/// closer together than that.
 bool madeNewer(const QString &path, const QFileInfo &replaced)
 {
     QFile file(path);
@@ -123,7 +125,7 @@ QString GetSetting(const QString &application, const QString &section, const QSt
                    const QString &fallback)
 {
     const QString path = settingsFile(application);
-    if (!QFileInfo(path).isFile()) // a pipe would be waited on
+    if (!QFileInfo(path).isFile()) // opening a pipe would block
         return fallback;
     const QSettings store(path, QSettings::NativeFormat);
     const QString name = address(section, key);

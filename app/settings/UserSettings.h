@@ -5,15 +5,15 @@
 namespace Tavrel
 {
 
-/// The seven values that the program remembers between runs, apart from the punches. Nobody keeps
-/// a copy of them: they are read when they are needed, and a change counts from the next read.
+/// The seven values that the program keeps between runs, apart from the punches. They are not
+/// cached: each is read when it is needed, and a change takes effect at the next read.
 namespace UserSettings
 {
 
 struct Key {
     const char *section;
     const char *name;
-    const char *fallback; ///< what a missing key reads as
+    const char *fallback; ///< the value of a missing key
 };
 
 inline constexpr Key Comport{"Communication", "Comport", "0"};   ///< port number less 1
@@ -27,7 +27,7 @@ inline constexpr Key Track{"MSR", "Track", "1"};                 ///< index into
 /// The stored text of `key`, or its fallback.
 QString read(const Key &key);
 
-/// Stores `text` under `key`. Failure 75 when it cannot be written.
+/// Stores `text` under `key`. Throws Failure::PathFileAccess if it cannot be written.
 void write(const Key &key, const QString &text);
 
 } // namespace UserSettings
