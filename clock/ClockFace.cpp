@@ -26,8 +26,8 @@ constexpr std::uint32_t Grey = 0x00808080;
 constexpr std::uint32_t White = 0x00FFFFFF;
 constexpr std::uint32_t Yellow = 0x0000FFFF;
 
-/// The images of a picture box from back to front: `count` of them, each one's index the one
-/// before plus `step`, and on top of these the image `front`.
+/// The images of a picture box from back to front: `count` images, their indices starting at
+/// `backmost` and increasing by `step`, and the image `front` on top.
 struct Stack {
     int backmost;
     int step;
@@ -41,7 +41,7 @@ struct PictureBox {
     Stack images;
 };
 
-/// From back to front, that is from left to right but for the colons.
+/// From back to front; from left to right except for the colons.
 constexpr std::array PictureBoxes{
     PictureBox{0, {240, 240, 1095, 1575}, {8, -1, 9, 9}},
     PictureBox{1, {1320, 240, 1095, 1575}, {18, -1, 9, 19}},
@@ -53,7 +53,7 @@ constexpr std::array PictureBoxes{
     PictureBox{7, {5640, 240, 1095, 1575}, {0, 0, 0, 60}},
 };
 
-/// Every image lies here in its picture box.
+/// The position of every image in its picture box, in twips.
 constexpr int ImageLeft = 120;
 constexpr int ImageTop = 120;
 
@@ -85,8 +85,8 @@ QString indexed(const char *name, int index)
     return u"%1(%2)"_s.arg(QLatin1String(name)).arg(index);
 }
 
-/// In a role that nothing else is drawn with: what stands on the panel has its palette too, and
-/// buttons shade themselves after the role that a window has by itself.
+/// Uses a colour role that nothing else is drawn with: controls on the panel inherit its palette,
+/// and buttons derive their shading from the default role of a window.
 void paintBlack(QWidget &panel)
 {
     QPalette palette = panel.palette();
@@ -124,7 +124,7 @@ void ClockFace::addPictures(QWidget &window)
     };
 
     for (const PictureBox &picture : PictureBoxes) {
-        auto *box = new QLabel(&window); // which a screen reader knows to read out
+        auto *box = new QLabel(&window); // screen readers support QLabel
         box->setObjectName(indexed("pic", picture.index));
         paintBlack(*box);
         place(*box, picture.placement);
@@ -164,7 +164,7 @@ void ClockFace::addOptions(QWidget &window)
     optEvent(1)->BackColor(storedColour(Blue));
     optEvent(1)->ForeColor(storedColour(White));
 
-    // Only from here on does a change of the selection restyle the pair.
+    // From here on, a change of the selection restyles both buttons.
     for (const Caption &caption : OptionCaptions) {
         const auto index = static_cast<std::int16_t>(caption.index);
         QObject::connect(optEvent(index), &OptionButton::toggled, [this, index](bool selected) {

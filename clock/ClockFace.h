@@ -13,12 +13,12 @@
 namespace Tavrel
 {
 
-/// What stands on the clock window: eight picture boxes with the digits and colons of a large
-/// clock, two toggle buttons that say what the next swipe will be, a date line and two command
-/// buttons. At first the clock reads 99:99:99 and "Clock In" is selected.
+/// The contents of the clock window: eight picture boxes with the digits and colons of a large
+/// clock, two toggle buttons for the type of the next punch, a date line and two command buttons.
+/// At first the clock reads 99:99:99 and "Clock In" is selected.
 ///
-/// Image k * 10 + d shows digit d at clock position k, counted from the left; all ten images of a
-/// position lie on the same spot, and the one in front is seen. Images 60 and 100 are the colons.
+/// Image k * 10 + d shows digit d at clock position k, counted from 0 at the left; the ten images
+/// of a position cover each other, and the front one is visible. Images 60 and 100 are the colons.
 class ClockFace
 {
 public:
@@ -26,11 +26,10 @@ public:
     static constexpr int ClientWidth = 9225;
     static constexpr int ClientHeight = 3420;
 
-    /// Puts all controls on `window`, which owns them.
+    /// Creates all controls on `window`, which owns them.
     explicit ClockFace(QWidget &window);
 
-    /// Lets a screen reader read out the six digits "hhmmss" as the time. Costs next to nothing
-    /// when they are the same as before.
+    /// Gives screen readers the six digits "hhmmss" as the time. Cheap if they are unchanged.
     void readOut(const QString &digits);
 
     ControlArray<QWidget> pic; ///< the leftmost one has the time as its accessible name
@@ -44,7 +43,7 @@ private:
     void addOptions(QWidget &window);
     void addDateAndButtons(QWidget &window);
 
-    /// Runs when a button of the pair becomes selected, and styles both.
+    /// Runs when one of the two buttons becomes selected, and restyles both.
     void optEvent_Click(std::int16_t Index);
 
     QString m_readOut;

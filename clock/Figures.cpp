@@ -14,13 +14,13 @@ namespace Tavrel
 namespace
 {
 
-/// A place that an edge passes through, in pixels from the top left corner of the figure.
+/// A point on an edge, in pixels from the top left corner of the figure.
 struct Knot {
     double y, x;
 };
 
 /// One side of a band: x as a function of y, a smooth cubic through the knots that never overshoots
-/// them. So knots in line give a straight line, and two knots of the same x a vertical that the
+/// them. So collinear knots give a straight line, and two knots with the same x a vertical that the
 /// curve flows into. Where the edge turns back it has a corner. Above its first and below its last
 /// knot it is vertical.
 class Edge
@@ -56,14 +56,14 @@ public:
     }
 
 private:
-    /// Of the straight line between the two knots of a piece.
+    /// The slope of the straight line between the two knots of a piece.
     double secant(std::size_t piece) const
     {
         return (m_knots[piece + 1].x - m_knots[piece].x) /
                (m_knots[piece + 1].y - m_knots[piece].y);
     }
 
-    /// The slope at a knot of one of the pieces that meet there. Where the edge goes on, it is the
+    /// The slope of a piece at one of its knots. Where the edge does not turn back, it is the
     /// weighted harmonic mean of the two secants (Fritsch and Butland), which prevents overshoot.
     double slope(std::size_t knot, std::size_t piece) const
     {
@@ -85,7 +85,7 @@ private:
 
 enum class Ink { Off, On };
 
-/// What lies between two heights and two edges.
+/// The area between two heights and two edges.
 struct Band {
     Ink ink;
     double top, bottom;
@@ -193,7 +193,7 @@ constexpr Band Nine[] = {
     {On, 0.5, 50, NineLeft, NineRight},
     {On, 50, 65, 39, NineRight},
     {On, 65, 86.5, 3, NineRight},
-    {Off, 22, 37, 17, 39.75}, // the stem beside it sets in a quarter pixel early
+    {Off, 22, 37, 17, 39.75}, // the stem beside it begins a quarter pixel early
 };
 
 constexpr Band Colon[] = {
@@ -201,14 +201,14 @@ constexpr Band Colon[] = {
     {On, 61.75, 85.25, 15.75, 40.25},
 };
 
-/// By the figure's number. The bands of a figure are painted one over the other, in this order.
+/// Indexed by figure. The bands of a figure are painted over each other in this order.
 constexpr std::span<const Band> Figures[] = {Zero, One,   Two,   Three, Four, Five,
                                              Six,  Seven, Eight, Nine,  Colon};
 
 /// A device pixel is sampled at the centres of its SamplesAcross x SamplesAcross cells.
 constexpr int SamplesAcross = 4;
 
-/// By the number of lit samples. Given, not computed: their rounding follows no one rule.
+/// Indexed by the number of lit samples. A table, because their rounding follows no single rule.
 constexpr QRgb Shades[] = {
     qRgb(0, 0, 0),    qRgb(4, 16, 0),   qRgb(8, 32, 0),   qRgb(12, 48, 0),  qRgb(17, 64, 0),
     qRgb(21, 80, 0),  qRgb(25, 96, 0),  qRgb(29, 112, 0), qRgb(33, 127, 0), qRgb(37, 143, 0),
@@ -221,7 +221,7 @@ static_assert(std::size(Shades) == SamplesAcross * SamplesAcross + 1);
 
 QImage drawFigure(int figure, double pixelRatio)
 {
-    const double density = SamplesAcross * pixelRatio; // in samples a pixel
+    const double density = SamplesAcross * pixelRatio; // in samples per pixel
     const auto firstSample = [&](double x) {           // whose centre is not left of x
         return static_cast<int>(std::ceil(x * density - 0.5));
     };

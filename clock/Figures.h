@@ -11,13 +11,13 @@ inline constexpr int FigureWidth = 57, FigureHeight = 87;
 /// The figure after the ten digits.
 inline constexpr int ColonFigure = 10;
 
-/// Draws a figure of the clock's face: 0 to 9 the digit, ColonFigure the colon. Any other number is
-/// a fault of the caller.
+/// Draws a figure of the clock face: 0 to 9 a digit, ColonFigure the colon. Any other number is a
+/// programming error.
 ///
-/// The image is FigureWidth x FigureHeight at a display of `pixelRatio` (above 0) device pixels a
-/// pixel, rounded up to whole ones. It is Format_RGB32, painted all over: green on black, its edges
-/// smoothed with fifteen shades between the two and no other colour. The same arguments give the
-/// same pixels at every call.
+/// The image is FigureWidth x FigureHeight, times `pixelRatio` (device pixels per pixel, above 0),
+/// rounded up. It is Format_RGB32 and painted completely: green on black, its edges smoothed with
+/// fifteen shades between the two and no other colour. The same arguments always give the same
+/// pixels.
 QImage drawFigure(int figure, double pixelRatio = 1);
 
 } // namespace Tavrel

@@ -8,19 +8,19 @@
 namespace Tavrel
 {
 
-/// Holds the window's one reader, and closes and reopens it from the stored settings. It is the
-/// only path that opens the reader.
+/// Owns the window's only reader, and closes and reopens it with the stored settings. Nothing else
+/// opens the reader.
 class ReaderConnection
 {
 public:
     explicit ReaderConnection(Host &host) : m_host(host) {}
 
-    /// Closes the port if it is open and opens the one that the settings "Comport", "BaudRate"
-    /// and "Settings" name now. A port that cannot be opened, and settings that cannot be used,
-    /// leave it closed, silently.
+    /// Closes the port if it is open and opens the one that the settings "Comport", "BaudRate" and
+    /// "Settings" name now. If it cannot be opened, or the settings cannot be used, it stays
+    /// closed, silently.
     void ConnectReader();
 
-    /// The reader, made at its first use and never replaced.
+    /// The reader, created on first use and never replaced.
     CMRW &reader();
 
 private:

@@ -66,7 +66,7 @@ void SwipeHandling::punch(const QString &badgeNumber)
     m_punchInformation->txtPunchType->Text(clockIn ? u"Clock In"_s : u"Clock Out"_s);
     m_punchInformation->Show();
 
-    // The store may have to wait for others; the person is to see the punch meanwhile.
+    // The store may have to wait for other programs; the person should see the punch meanwhile.
     const QScopedValueRollback<std::function<void()>> whileLocked(
         m_environment.conOV.onLocked, [this] {
             if (m_punchInformation.IsLoaded())

@@ -10,22 +10,25 @@
 namespace Tavrel
 {
 
-/// The one place where a swipe becomes a punch.
+/// Turns swipes into punches. Every swipe is a punch: repeats are not recognised, so a card swiped
+/// twice in a row is stored twice. Blanks in a badge number are already gone: Frames::parseTracks
+/// drops them.
 class SwipeHandling
 {
 public:
     SwipeHandling(Host &host, ClockFace &face, ReaderConnection &connection,
                   DataEnvironment &environment, OnDemand<frmPunchInformation> &punchInformation);
 
-    /// Looks at the reader once. When a card came it finds the name, shows the punch in the
-    /// Punch Information window and stores it, in this order; the person sees the punch before
-    /// it is stored. No card, a closed port and a card that the reader refused do nothing. A frame
-    /// without the chosen track is a punch with an empty badge; so is a failure in the driver,
-    /// which shows its own message box and passes for a read. A track that does not exist, and a
-    /// failure of the window, show a message box with the description, and nothing is stored.
+    /// Polls the reader once. If a card was read it looks up the name, shows the punch in the Punch
+    /// Information window and stores it, in this order, so that the person sees the punch before it
+    /// is stored. Does nothing if there is no card, the port is closed or the reader refused the
+    /// card. A frame without the chosen track is a punch with an empty badge; so is a failure in
+    /// the driver, which shows its own message box and returns success. A track that does not
+    /// exist, and a failure of the window, show a message box with the description, and nothing is
+    /// stored.
     ///
-    /// A read that did not run, because another one is running, looks like a swipe to it: it
-    /// must not be called from inside itself.
+    /// Must not be called from inside itself: the inner read would return success without reading,
+    /// which counts as a swipe.
     void PollCard();
 
 private:

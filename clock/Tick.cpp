@@ -28,8 +28,8 @@ Tick::Tick(Host &host, ClockFace &face, SwipeHandling &swipeHandling)
     Timer1.setObjectName(u"Timer1"_s);
     Timer1.setTimerType(Qt::PreciseTimer);
     QObject::connect(&Timer1, &QTimer::timeout, [this] {
-        // The toolkit does not deliver a timer inside its own handler. Started anew, it is
-        // another timer to it, and ticks on inside whatever this tick may open.
+        // Qt does not deliver a timer again while its handler runs. Restarted, it is a new timer to
+        // Qt, and continues to tick inside any dialog that this tick opens.
         Timer1.start();
         Timer1_Timer();
     });
@@ -41,7 +41,7 @@ void Tick::Timer1_Timer()
     try {
         autoSwitch();
     } catch (const Failure &) {
-        // Settings that cannot be read leave the selection alone, and the rest of the tick runs.
+        // If the settings cannot be parsed the selection stays, and the rest of the tick runs.
     }
     showTime();
     m_face.txtDate->Text(formatLongDate(m_host.Now()));

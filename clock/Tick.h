@@ -9,16 +9,16 @@
 namespace Tavrel
 {
 
-/// The program's heartbeat: at most every 100 ms it lets the time of day choose the
-/// punch type, if it may, brings the clock face up to date and then polls the reader.
+/// The program's periodic work, at most every 100 ms: with auto-switch on, selects the punch type
+/// by the time of day; then updates the clock face and polls the reader.
 ///
-/// A poll delivers events while it waits, so ticks fall due inside it. They do everything but the
-/// poll: the clock goes on under a reader wait, a dialog or a message box, and no poll ever
-/// starts inside another.
+/// A poll delivers events while it waits, so ticks run inside it. They do everything except poll:
+/// the clock keeps running during a reader wait, a dialog or a message box, and a poll never starts
+/// inside another.
 class Tick
 {
 public:
-    /// The timer runs from now on; the first tick comes with the event loop.
+    /// Starts the timer; the first tick comes from the event loop.
     Tick(Host &host, ClockFace &face, SwipeHandling &swipeHandling);
 
 private:
