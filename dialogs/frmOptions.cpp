@@ -30,11 +30,11 @@ enum Tab { PunchTab, CommunicationTab, ReaderTab };
 constexpr std::int16_t OkButton = 0;
 constexpr std::int16_t CancelButton = 1;
 
-/// What the stored values 0, 1 and 2 of a check box look like.
+/// The check states for the stored values 0, 1 and 2.
 constexpr std::array CheckStates{Qt::Unchecked, Qt::Checked, Qt::PartiallyChecked};
 
-/// The number stored under `key`, by the given conversion; the key's fallback where that fails
-/// or gives none of 0 to `count` - 1.
+/// The number stored under `key`, as `convert` returns it; the key's fallback if that throws or the
+/// number is not within 0 to `count` - 1.
 template <typename Conversion>
 std::int16_t storedIndex(const UserSettings::Key &key, Conversion convert, int count)
 {
@@ -62,13 +62,13 @@ void showTime(DTPicker &picker, const UserSettings::Key &key)
     }
 }
 
-/// The same in every regional format, for the next one may be another.
+/// In the same form in every regional format, because that may change before it is read.
 QString storedTime(const DTPicker &picker)
 {
     return picker.Value().toString(u"HH:mm:ss");
 }
 
-/// A transparent picture, made once.
+/// A transparent icon, created once.
 const QIcon &noIcon()
 {
     static const auto *const icon = [] {

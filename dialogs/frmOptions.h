@@ -19,9 +19,9 @@
 namespace Tavrel
 {
 
-/// The one place where the user edits the seven settings. It is made afresh for each showing:
-/// it loads every setting when it is made, "OK" writes all seven, "Cancel" none. A write that fails
-/// shows a message box and leaves the dialog open, with the settings before it written.
+/// The dialog in which the user edits the seven settings. It is created each time it is shown, and
+/// then loads every setting; "OK" writes all seven, "Cancel" none. If a write fails, it shows a
+/// message box and stays open; the settings before the failing one have been written.
 class frmOptions : public QDialog
 {
 public:
@@ -29,10 +29,10 @@ public:
     static constexpr int ClientWidth = 4200;
     static constexpr int ClientHeight = 3330;
 
-    /// `owner`: the window that the dialog belongs to; it has no place of its own in the taskbar.
+    /// `owner`: the window that the dialog belongs to; the dialog has no taskbar entry of its own.
     frmOptions(Host &host, QWidget &owner);
 
-    /// Shows the dialog in the middle of the screen and returns when it has closed.
+    /// Shows the dialog in the middle of the screen and returns when it is closed.
     void Show();
 
     /// True once "OK" has written all settings.

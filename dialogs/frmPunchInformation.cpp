@@ -63,12 +63,12 @@ constexpr std::array Lines{
 
 constexpr Placement CloseButton{2760, 1680, 975, 375};
 
-/// Both lines of the separator lie here.
+/// The position of both lines of the separator, in twips.
 constexpr int SeparatorLeft = 120;
 constexpr int SeparatorRight = 3720;
 constexpr int SeparatorTop = 1560;
 
-/// Made once: the toolkit keeps a copy of every icon that it ever showed, up to some megabytes.
+/// Created once: Qt caches every icon that it has shown, up to several megabytes.
 const QIcon &pictureOfAPunch()
 {
     static const auto *const icon = new QIcon(u":/dialogs/pictures/punch32.png"_s);
@@ -84,7 +84,7 @@ frmPunchInformation::frmPunchInformation()
     setWindowIcon(pictureOfAPunch());
     setFont(windowFont(WindowFontPoints));
 
-    // The boxes stand on the window's grey, set apart by their sunken frames alone.
+    // The boxes have the grey background of the window; only their sunken frames set them off.
     QPalette onWindow = palette();
     onWindow.setBrush(QPalette::Base, palette().brush(QPalette::Window));
 
@@ -125,7 +125,7 @@ void frmPunchInformation::Refresh()
     limit.setTimerType(Qt::PreciseTimer);
     limit.setSingleShot(true);
     limit.start(LongestWait);
-    const QPointer<QWidget> window(this); // the window system may close it meanwhile
+    const QPointer<QWidget> window(this); // it may be closed meanwhile
     while (window && isVisible() && !windowHandle()->isExposed() && limit.isActive())
         QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents |
                                         QEventLoop::WaitForMoreEvents);

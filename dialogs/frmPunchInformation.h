@@ -6,8 +6,8 @@
 namespace Tavrel
 {
 
-/// Shows the person at the clock what was just punched. Display and nothing else: the swipe
-/// handling fills it, shows it and stores the punch, whether or not it is closed afterwards.
+/// Shows the person at the clock the punch just made. It only displays: SwipeHandling fills it,
+/// shows it and stores the punch, whether or not it is closed afterwards.
 class frmPunchInformation : public Form
 {
 public:
@@ -17,12 +17,12 @@ public:
 
     frmPunchInformation();
 
-    /// Shows the window without waiting for the person; when it is on the screen already it is
-    /// restored and raised, and shows at once what it was filled with.
+    /// Shows the window without waiting for the person. If it is already on the screen it is
+    /// restored, raised and repainted at once.
     void Show();
 
-    /// Waits until a window that was just shown is on the screen with its texts, for what follows
-    /// may block for long; a quarter of a second at the most. No input of the user is delivered
+    /// Waits until a window that was just shown is on the screen with its texts, because what
+    /// follows may block for long; at most a quarter of a second. User input is not delivered
     /// meanwhile.
     void Refresh();
 
