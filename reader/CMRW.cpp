@@ -33,19 +33,17 @@ constexpr std::array ResultTexts{
     ResultText{CMRW::WriteTimeOut, "The writing card process time out."},
 };
 
-/// How long the reader gets to end an answer that has begun, and how often and for how many polls
-/// an answer to a command is looked for, in milliseconds and polls.
-constexpr std::int32_t AnswerTime = 500;
-constexpr std::int32_t PollTime = 100;
-constexpr int AcceptedPolls = 11;
-constexpr int DownloadPolls = 16;
+constexpr std::int32_t AnswerTime = 500; ///< for the rest of an answer, in milliseconds
+constexpr std::int32_t PollTime = 100;   ///< from poll to poll, in milliseconds
+constexpr int AcceptedPolls = 11;        ///< the polls in which an answer is accepted
+constexpr int DownloadPolls = 16;        ///< the polls for the answer to a download command
 
-/// The answer of a reader that has waited too long for a card to write on.
+/// The answer of a reader that has waited too long for a card to write.
 constexpr char NoCard = 29;
 
 constexpr char UnknownResult[] = "Unknown error code.";
 
-/// Failure 9 where the answer is too short.
+/// Throws Failure::SubscriptOutOfRange if the answer is too short.
 char byteAt(const QByteArray &answer, qsizetype index)
 {
     if (index >= answer.size())
@@ -58,8 +56,9 @@ std::int32_t commandResult(const QByteArray &answer)
     const bool accepted = byteAt(answer, 0) == Frames::Stx && byteAt(answer, 1) != Frames::Nak;
     return accepted ? CMRW::Success : CMRW::NotConnected;
 }
-/// A span of milliseconds on the host's tick count, which jumps backwards once it has reached its
-/// largest value: the span is then counted from the jump.
+
+/// Measures milliseconds on the host's tick count. After the count has wrapped, it measures from
+/// the wrap.
 class Span
 {
 public:
@@ -67,8 +66,8 @@ public:
 
     void restart() { m_mark = m_host.GetTickCount(); }
 
-    /// How many milliseconds are left until more than `milliseconds` have passed, exactly as many
-    /// being not enough; 0 once they have.
+    /// The milliseconds left until more than `milliseconds`, not exactly as many, have passed; 0
+    /// after that.
     std::int32_t left(std::int32_t milliseconds)
     {
         const std::int32_t now = m_host.GetTickCount();
@@ -209,8 +208,9 @@ void CMRW::Delay(std::int32_t i_lMilliseconds)
     });
 }
 
-/// Looks for the answer to a command up to `polls` times. True once one has begun, and has had
-/// the time to end, with `poll` the number of the poll that met it, from 1; it is not read yet.
+/// Polls up to `polls` times for the answer to a command. Returns true once an answer has begun and
+/// has had time to finish; it is not read yet. `poll` is the number of the poll that found it, from
+/// 1.
 bool CMRW::answerArrives(int polls, int &poll)
 {
     for (poll = 1; poll <= polls; ++poll) {
@@ -254,7 +254,7 @@ std::int32_t CMRW::write(const Frames::Tracks &tracks)
     }
 }
 
-/// Runs `operation`; a failure in it becomes a message box and the result Success.
+/// Runs `operation`; a failure in it is shown in a message box and gives the result Success.
 std::int32_t CMRW::operate(const std::function<std::int32_t()> &operation)
 {
     try {
@@ -265,8 +265,8 @@ std::int32_t CMRW::operate(const std::function<std::int32_t()> &operation)
     }
 }
 
-/// Collects bytes until a frame has ended; then Success, or InvalidCard for one with NAK at
-/// index 1. What was received stays in `frame` whatever the result.
+/// Collects bytes until a frame has ended, then returns Success, or InvalidCard if it has NAK at
+/// index 1. With any result, `frame` keeps what was received.
 std::int32_t CMRW::receiveFrame(std::int16_t i_iTimeout, Frames::ReceiveBuffer &frame)
 {
     if (!m_Comm.PortOpen())

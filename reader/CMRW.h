@@ -17,17 +17,18 @@ namespace Tavrel
 
 /// Drives a magnetic-stripe card reader/writer on a serial port.
 ///
-/// The order of use is: set CommPort, Settings and DeviceType, call Connect, do the work, call
-/// Disconnect. Every function returns a result code, 0 for success and negative for failure.
-/// Releasing the object does nothing to the port; only Disconnect closes it.
+/// Usage: set CommPort, Settings and DeviceType, call Connect, do the work, call Disconnect. Every
+/// operation returns a result code, 0 for success and negative for failure. Destroying the object
+/// does nothing to the port; only Disconnect closes it.
 ///
-/// All of it runs on one thread. Where an operation waits it delivers events, so that timers and
-/// clicks run inside it: that is how Cancel reaches a waiting operation, and how a second call
-/// of ReadTracks or WriteTracks meets the first, and returns 0 without doing anything.
+/// Everything runs on one thread. Where an operation waits it delivers events, so timers and clicks
+/// run inside it: that is how Cancel reaches a waiting operation, and how ReadTracks or WriteTracks
+/// may be called again while the first call is waiting; the second returns 0 without doing
+/// anything.
 ///
 /// A failure of the port, or an index outside an array, shows a message box with the failure's
-/// description under the application's title, and the operation returns 0. Connect alone shows
-/// nothing, and returns CommportOpenFailed.
+/// description under the application's title, and the operation returns 0. Only Connect shows
+/// nothing: it returns CommportOpenFailed.
 class CMRW
 {
 public:
@@ -45,74 +46,74 @@ public:
         WriteTimeOut = -10,
     };
 
-    /// A driver on the one serial link of the process.
+    /// A driver on the only serial link of the process.
     explicit CMRW(Host &host);
 
-    /// A driver on a link of the caller's, which must outlive it.
+    /// A driver on the caller's own link, which must outlive it.
     CMRW(Host &host, MSComm &link);
 
-    /// Opens the port with what CommPort and Settings hold now. AlreadyConnected leaves the open
-    /// port as it is; CommportOpenFailed leaves it closed.
+    /// Opens the port with the current CommPort and Settings. AlreadyConnected leaves the open port
+    /// as it is; CommportOpenFailed leaves it closed.
     std::int32_t Connect();
 
-    /// Closes the port. NotConnected when it is closed already.
+    /// Closes the port. NotConnected if it is already closed.
     std::int32_t Disconnect();
 
-    /// The line settings, as in "9600,N,8,1"; they reach the port at the next Connect.
+    /// The line settings, as in "9600,N,8,1"; they take effect at the next Connect.
     QString Settings() const { return m_sSettings; }
     void Settings(const QString &i_sSettings) { m_sSettings = i_sSettings; }
 
-    /// Hands the reader up to three track texts to write on the next card, and waits until it
-    /// answers or Cancel is called; `i_iTimeout` has no effect. An empty text leaves its track
-    /// out. Allowed are the character codes 32 to 95 on track 1 and 48 to 62 on the others.
+    /// Sends the reader up to three track texts to write on the next card, and waits until it
+    /// answers or Cancel is called; `i_iTimeout` has no effect. A track with an empty text is left
+    /// out. Character codes 32 to 95 are allowed on track 1, 48 to 62 on the others.
     ///
-    /// Success: the reader has not refused; also when a write is running already. The tracks are
-    /// checked in order before the port is looked at: Track1NotAllowed, Track2NotAllowed or
-    /// Track3NotAllowed, with nothing sent. NotConnected, InvalidCard (the reader answered NAK),
-    /// WriteTimeOut (it answered 29) or Cancelled otherwise; an answer that comes after Cancel is
-    /// met by the next read or write. An answer of one byte, and a text of more than 32767
-    /// characters, are failures.
+    /// Success: the reader has not refused, or a write is already running. The tracks are checked
+    /// in order before the port is: Track1NotAllowed, Track2NotAllowed or Track3NotAllowed, with
+    /// nothing sent. Otherwise NotConnected, InvalidCard (the reader answered NAK), WriteTimeOut
+    /// (it answered 29) or Cancelled; an answer that arrives after Cancel is left to the next read
+    /// or write. An answer of one byte is Failure::SubscriptOutOfRange, a text of more than 32767
+    /// characters Failure::Overflow.
     std::int32_t WriteTracks(std::int16_t i_iTimeout, QString i_sTrack1, QString i_sTrack2,
                              QString i_sTrack3);
 
-    /// Takes one swipe from the reader. `i_iTimeout`, in milliseconds: the read gives up when
-    /// nothing has arrived for longer than that; with 0 or less it ends only with a whole frame
-    /// or with Cancel. A track that the frame holds replaces the text given for it, the others
-    /// stay as they are; so do all three unless the result is Success.
+    /// Reads one swipe. `i_iTimeout`, in milliseconds: the read gives up when nothing has arrived
+    /// for longer than that; with 0 or less it ends only with a complete frame or with Cancel. A
+    /// track in the frame replaces the text passed for it; the others are unchanged, and so are all
+    /// three unless the result is Success.
     ///
-    /// Success: a frame has ended, whether or not a track could be taken from it; also when a
-    /// read is running already. NotConnected, TimeOut, InvalidCard (the reader answered NAK) or
-    /// Cancelled otherwise. What was received by a read that did not succeed is gone.
+    /// Success: a frame has ended, whether or not it has a track, or a read is already running.
+    /// Otherwise NotConnected, TimeOut, InvalidCard (the reader answered NAK) or Cancelled. What an
+    /// unsuccessful read has received is lost.
     std::int32_t ReadTracks(std::int16_t i_iTimeout, QString &o_sTrack1, QString &o_sTrack2,
                             QString &o_sTrack3);
 
-    /// The port number, counted from 1; it reaches the port at the next Connect.
+    /// The port number, counted from 1; it takes effect at the next Connect.
     std::int32_t CommPort() const { return m_lCommPort; }
     void CommPort(std::int32_t i_CommPort) { m_lCommPort = i_CommPort; }
 
-    /// Chooses the end sentinel that is written: 0 for "?", 1 for "<". Any other value is kept
-    /// and changes no sentinel. Reading takes both sentinels always.
+    /// Chooses the end sentinel for writing: 0 for "?", 1 for "<". Any other value is stored and
+    /// changes no sentinel. Reading always accepts both.
     std::int32_t DeviceType() const { return m_lDeviceType; }
     void DeviceType(std::int32_t i_DeviceType);
 
-    /// Asks the reader to describe itself, and hands over its whole answer.
+    /// Asks the reader to describe itself, and returns its whole answer in `o_bSpec`.
     ///
-    /// Success: the reader has answered with STX and not NAK behind it. NotConnected: it answered
-    /// anything else, which `o_bSpec` holds too. TimeOut: no answer in about 1.6 s; one that comes
-    /// after about 1.1 s is not read either and stays in the port. `o_bSpec` is left as it was on
-    /// TimeOut and when the port is closed, which is a failure here. An answer of STX alone is a
-    /// failure, with the byte in `o_bSpec`.
+    /// Success: the answer is STX followed by anything but NAK. NotConnected: any other answer;
+    /// `o_bSpec` holds it, too. TimeOut: no answer within about 1.6 s; one that comes after about
+    /// 1.1 s is not read either and stays in the port. `o_bSpec` is unchanged on TimeOut and if the
+    /// port is closed, which is failure ENOTCONN here. An answer of STX alone is
+    /// Failure::SubscriptOutOfRange, with the byte in `o_bSpec`.
     std::int32_t DownloadCommand(QByteArray &o_bSpec);
 
-    /// Sets the reader's line. `i_sBaudRate`: rate, comma, parity letter in lower case, then
-    /// anything, as in "9600,e,8,1"; rates 1200, 2400, 4800 and 9600; parities o, e, m, s and n,
-    /// the last two being sent alike; a text that is none of these counts as 1200, or as odd
-    /// parity. `i_blnBCC`: exactly True asks for a block check byte in what is written.
-    /// `i_sOldParity`: the parity letter of the line as it is now.
+    /// Sets the reader's line parameters. `i_sBaudRate`: rate, comma, parity letter in lower case,
+    /// then anything, as in "9600,e,8,1"; rates 1200, 2400, 4800 and 9600; parities o, e, m, s and
+    /// n, of which s and n are sent alike; any other rate counts as 1200, any other parity as odd.
+    /// `i_blnBCC`: only exactly True requests a block check byte in what is written.
+    /// `i_sOldParity`: the current parity letter of the line.
     ///
-    /// Results as for DownloadCommand, TimeOut after about 1.1 s. Neither BCC nor Settings nor
-    /// the open port change: the caller brings them into line with the reader. On a closed port,
-    /// and with an old parity that is no text, it is a failure.
+    /// Results as for DownloadCommand, TimeOut after about 1.1 s. BCC, Settings and the open port
+    /// do not change: the caller must make them match the reader. A closed port is failure
+    /// ENOTCONN; an old parity that is not text is Failure::TypeMismatch.
     std::int32_t SetBaudRate_BCC(const QString &i_sBaudRate, Boolean i_blnBCC,
                                  const QVariant &i_sOldParity);
 
@@ -120,18 +121,19 @@ public:
     Boolean BCC() const { return m_blnBCC; }
     void BCC(Boolean i_blnBCC) { m_blnBCC = i_blnBCC; }
 
-    /// Shows the text of a result code in a message box with the critical-stop icon; nothing for
-    /// a code whose text is empty.
+    /// Shows the text of a result code in a message box with the critical-stop icon; nothing for a
+    /// code with an empty text.
     void ShowErrorDescription(std::int32_t i_lResult);
 
-    /// The text of a result code; "Unknown error code." for one that has none.
+    /// Sets `o_sMessage` to the text of a result code; "Unknown error code." for a code that has
+    /// none.
     void ErrorDescription(std::int32_t i_lResult, QString &o_sMessage) const;
 
-    /// Ends the read or write that is waiting. Without effect when none is.
+    /// Cancels the read or write that is waiting; without one, has no effect.
     void Cancel() { m_blnCancel = True; }
 
-    /// Which end sentinel came first in the last read that met one: 0 for "?", 1 for "<"; 0 at
-    /// first.
+    /// Which end sentinel came first in the last read that received one: 0 for "?", 1 for "<";
+    /// initially 0.
     std::int32_t ReadTrackDataType() const { return m_lReadTrackDataType; }
 
 private:

@@ -21,7 +21,7 @@ struct CodeRange {
 
 constexpr std::array<CodeRange, Frames::TrackCount> AllowedCodes{{{32, 95}, {48, 62}, {48, 62}}};
 
-/// A text of a command and the bits that stand for it.
+/// A text in a command and its bits.
 struct LineCode {
     QLatin1StringView text;
     unsigned bits;

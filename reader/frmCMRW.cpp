@@ -7,8 +7,8 @@ namespace Tavrel
 
 frmCMRW::frmCMRW()
 {
-    // The form is never released, but the line is to be given back at every exit. (Where a signal
-    // ends the process, the system takes the line back when nobody else has it open.)
+    // The form is never destroyed, but the line must be released at every exit. (If a signal ends
+    // the process, the kernel releases the line unless another process has it open.)
     constexpr auto closePort = [] { form().MSComm1.PortOpen(false); };
     std::atexit(closePort);
     std::at_quick_exit(closePort);
@@ -16,7 +16,7 @@ frmCMRW::frmCMRW()
 
 frmCMRW &frmCMRW::form()
 {
-    static auto *const form = new frmCMRW; // outlives every static object: it is never released
+    static auto *const form = new frmCMRW; // never destroyed, so it outlives static objects
     return *form;
 }
 

@@ -6,9 +6,8 @@
 namespace Tavrel
 {
 
-/// Carries the one serial control of the process, so that all drivers in it share one link. It
-/// is made by the first driver that asks for it and stays until the process ends; nothing of it
-/// is ever shown.
+/// Holds the only serial control of the process, so that all drivers share one link. It is created
+/// by the first driver that needs it and lives until the process ends; it is never shown.
 class frmCMRW
 {
 public:
