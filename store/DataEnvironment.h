@@ -8,19 +8,16 @@
 namespace Tavrel
 {
 
-/// The name of the time database's file.
-inline constexpr QLatin1StringView DatabaseFile("Orvanta.mdb");
-
-/// The connection string of the time database: always DatabaseFile in `programFolder`,
-/// which goes into the text as it is.
+/// The connection string of the time database: the file Orvanta.mdb in `programFolder`, which is
+/// inserted as it is.
 QString connectionString(const QString &programFolder);
 
-/// The time database: one connection, and four named commands with a recordset each. The first
-/// command call opens the connection, which then stays open for as long as the path names the same
-/// file. A command fills its recordset and leaves it open on its first row until somebody closes
-/// it. Failures go to the caller.
+/// The time database: one connection, and four named commands, each with a recordset. The first
+/// command opens the connection, which stays open as long as the path names the same file. A
+/// command fills its recordset and leaves it open on its first row until the caller closes it.
+/// Failures are thrown to the caller.
 ///
-/// The tables, with the columns that the system uses:
+/// The tables, with the columns that the clock uses:
 ///
 ///     RawData         ID, RecordCount, DateTime, DownloadResult            a batch of punches
 ///     RawDataDetails  ID, PersonalID, EventStatus, DateTime, Shift, MachineNo      a punch
@@ -40,7 +37,7 @@ public:
     void EmployeeNameWithEmpID(const QString &EmpID);
 };
 
-/// The data environment of the process, made at its first use and never released.
+/// The data environment of the process, created on first use and never destroyed.
 DataEnvironment &de();
 
 } // namespace Tavrel

@@ -8,11 +8,12 @@
 namespace Tavrel
 {
 
-/// Turns a badge number into the employee's name: that of the first row found, or "Unknown" when
+/// Looks up the employee's name for a badge number: that of the first row found, or "Unknown" if
 /// there is none. `i_sBadgeNumber`: whole, of any length.
 ///
-/// Always returns normally. A failure, a Null name included, shows a message box with the
-/// description as text and the number as title, and leaves `o_sEmployeeName` as it was.
+/// Never throws. A failure, including Failure::InvalidUseOfNull for a Null name, shows a message
+/// box with the description as text and the number as title, and leaves `o_sEmployeeName`
+/// unchanged.
 void GetEmployeeName(Host &host, DataEnvironment &environment, const QString &i_sBadgeNumber,
                      QString &o_sEmployeeName);
 

@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// The mark of the batches that the system makes and adds to.
+/// The mark of the batches that the clock creates and adds to.
 constexpr QLatin1StringView BatchMark("MSR");
 
 constexpr qsizetype PersonalIDSize = 50;
@@ -25,7 +25,7 @@ void addBatch(Recordset &batches, std::int16_t batchID, const QDateTime &now)
     batches.Collect(u"DownloadResult"_s, QString(BatchMark));
 }
 
-/// Brings the batch row up to date, not yet written, and returns the batch's ID.
+/// Updates the batch row, without writing it yet, and returns the batch's ID.
 std::int16_t countIntoBatch(Host &host, DataEnvironment &environment)
 {
     Recordset &batches = environment.rsRawData;
