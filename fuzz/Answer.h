@@ -6,8 +6,8 @@
 
 #include <optional>
 
-/// The first value that a query on a database file gives, past the code under test; nothing when
-/// SQLite cannot answer it.
+/// The first value that a query on a database file returns, bypassing the code under test; empty if
+/// SQLite cannot run the query.
 inline std::optional<QByteArray> answer(const QByteArray &file, const QByteArray &query)
 {
     sqlite3 *database = nullptr;

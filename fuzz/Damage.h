@@ -2,8 +2,8 @@
 
 #include "fuzz/Input.h"
 
-/// A copy of `file` that is damaged as the input says, until its end: a few bytes of a page are
-/// replaced, or the file is cut there.
+/// A copy of `file`, damaged as the input says until it is used up: a few bytes of a page are
+/// replaced, or the file is cut off there.
 inline QByteArray damaged(QByteArray file, qsizetype pageSize, Input &input)
 {
     constexpr int MostBytes = 8;

@@ -10,8 +10,8 @@
 #include <cstdlib>
 #include <iostream>
 
-/// What a fuzz target makes its values from: bytes taken from the front, zeros once they are used
-/// up, so that every input means something.
+/// The source of the values of a fuzz target: bytes taken from the front, and zeros once they are
+/// used up, so that every input is valid.
 class Input
 {
 public:
@@ -32,7 +32,7 @@ public:
     /// 0 to 65535.
     int word()
     {
-        const int high = byte(); // which side of an operator comes first is each compiler's own
+        const int high = byte(); // | does not specify which operand comes first
         return high << 8 | byte();
     }
 
@@ -54,7 +54,7 @@ public:
 
     QByteArray rest() { return bytes(m_bytes.size()); }
 
-    /// The rest as text: of UTF-8, or of UTF-16 that need not be valid.
+    /// The rest as text: from UTF-8, or from UTF-16 that may be invalid.
     QString text()
     {
         if (byte() % 2 == 0)
@@ -65,7 +65,7 @@ public:
         return text;
     }
 
-    /// Any of the toolkit's regional formats.
+    /// Any of Qt's regional formats.
     QLocale locale()
     {
         static const auto all =
@@ -77,7 +77,7 @@ private:
     QByteArray m_bytes;
 };
 
-/// Ends a run whose target's promise does not hold.
+/// Aborts the run if a promise of the code under test does not hold.
 inline void require(bool holds, const char *promise)
 {
     if (holds)

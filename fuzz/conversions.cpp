@@ -1,5 +1,5 @@
-/// Numbers from texts and from columns fail in no way but those that their headers name, and agree
-/// with each other.
+/// Conversions of texts and columns to numbers fail only as their headers say, and agree with each
+/// other.
 
 #include "platform/text/Conversions.h"
 
@@ -14,28 +14,29 @@ using namespace Tavrel;
 namespace
 {
 
-/// The lenient number; beyond all of them when there is none.
+/// The lenient number; INT_MAX if it fails.
 int lenient(const QString &text)
 {
     int value = INT_MAX;
     const int failure = failureOf([&] { value = lenientNumber(text); });
-    require(failure == 0 || failure == Failure::Overflow, "the lenient number fails by 6 alone");
+    require(failure == 0 || failure == Failure::Overflow,
+            "the lenient number throws only Overflow");
     return value;
 }
 
 void checkTexts(const QString &text, const QLocale &locale)
 {
     const QString blanks = QStringLiteral(" \t\r\n");
-    require(lenient(text + u'x') == lenient(text), "what follows the number does not count");
+    require(lenient(text + u'x') == lenient(text), "text after the number is ignored");
     require(lenient(QString(text).replace(QString(), blanks)) == lenient(text),
-            "blanks do not count");
+            "blanks are ignored");
 
     int value = 0;
     const int failure = failureOf([&] { value = strictNumber(text, locale); });
     require(failure == 0 || failure == Failure::Overflow || failure == Failure::TypeMismatch,
-            "the strict number fails by 6 and 13 alone");
+            "the strict number throws only Overflow and TypeMismatch");
     require(strictNumber(QString::number(value), locale) == value,
-            "plain digits are a number everywhere");
+            "plain digits are a number in every locale");
 }
 
 QVariant columnValue(Input &input)
@@ -60,10 +61,11 @@ void checkColumn(const QVariant &value)
     QVariant next;
     const int failure = failureOf([&] { number = toInt16(value); });
     const int nextFailure = failureOf([&] { next = plusOne(value); });
-    require((failure == Failure::InvalidUseOfNull) == value.isNull(), "Null alone is failure 94");
+    require((failure == Failure::InvalidUseOfNull) == value.isNull(),
+            "only Null is InvalidUseOfNull");
     require(next.isNull() == (value.isNull() || nextFailure != 0), "Null stays Null");
     require((nextFailure == Failure::TypeMismatch) == (failure == Failure::TypeMismatch),
-            "both take the same values for numbers");
+            "both accept the same values as numbers");
     if (failure == 0 && next.typeId() == QMetaType::LongLong)
         require(next.toLongLong() == number + 1, "plus 1 is one more");
 }

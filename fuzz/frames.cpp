@@ -1,5 +1,5 @@
-/// Frames are read as a second, simpler reading reads them, and texts that may be written come
-/// back from the line.
+/// Frames are parsed as a second, simpler parser does it, and texts that may be written are read
+/// back.
 
 #include "reader/Frames.h"
 
@@ -13,7 +13,7 @@ using namespace Frames;
 namespace
 {
 
-/// What a reading makes of a frame, and the failure that ended it.
+/// The result of reading a frame, and the failure that ended it.
 struct Reading {
     Tracks tracks{QStringLiteral("-"), QStringLiteral("-"), QStringLiteral("-")};
     std::optional<int> device;
@@ -62,7 +62,7 @@ Reading readSimply(const QByteArray &received)
     return reading;
 }
 
-/// Up to 63 characters that may stand on the track and are no end sentinel.
+/// Up to 63 characters that are allowed on the track and are not end sentinels.
 QString trackText(Input &input, std::size_t track)
 {
     QString text;
@@ -91,7 +91,7 @@ void checkRoundTrip(Input input)
     ReceiveBuffer buffer;
     buffer.append(
         buildTracks(texts, DefaultStartSentinels, DefaultEndSentinels[device], withBlockCheck));
-    require(buffer.hasEnded() && readByParser(buffer) == written, "what is written is read");
+    require(buffer.hasEnded() && readByParser(buffer) == written, "what is written is read back");
 }
 
 } // namespace
@@ -110,9 +110,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         buffer.append(second);
     });
     const bool fits = first.size() + second.size() == received.size();
-    require(failure == (fits ? 0 : Failure::SubscriptOutOfRange), "what does not fit is failure 9");
-    require(buffer.count() == received.size(), "what fits is taken");
-    require(buffer.hasEnded() == received.contains(Etx), "ETX is the end");
-    require(readByParser(buffer) == readSimply(received), "both readings give the same");
+    require(failure == (fits ? 0 : Failure::SubscriptOutOfRange),
+            "what does not fit is SubscriptOutOfRange");
+    require(buffer.count() == received.size(), "what fits is appended");
+    require(buffer.hasEnded() == received.contains(Etx), "ETX ends a frame");
+    require(readByParser(buffer) == readSimply(received), "both parsers agree");
     return 0;
 }

@@ -1,5 +1,5 @@
-/// Marks that are cut between two reads decode as whole ones do, and what the system would write
-/// for good and bad bytes comes back as those bytes.
+/// Marks split between two reads decode like whole ones, and what the kernel would write for good
+/// and bad bytes decodes to those bytes.
 
 #include "fuzz/Input.h"
 #include "platform/serial/MSComm.h"
@@ -10,7 +10,7 @@ using namespace Tavrel;
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     Input input(data, size);
-    const QByteArray raw = input.bytes(64); // each cut costs a reading of the whole
+    const QByteArray raw = input.bytes(64); // each cut decodes all of it again
     const QByteArray whole = ParityMarks().decode(raw);
     ParityMarks byteByByte;
     QByteArray decoded;

@@ -1,4 +1,4 @@
-/// A look-up and a punch on a damaged database: each does its work, whole, or shows one box.
+/// A look-up and a punch on a damaged database: each succeeds completely or shows one message box.
 
 #include "fuzz/Answer.h"
 #include "fuzz/Damage.h"
@@ -14,7 +14,7 @@ using namespace std::chrono_literals;
 namespace
 {
 
-constexpr qsizetype PageSize = 512; // so that a small file has tables of several pages
+constexpr qsizetype PageSize = 512; // so that tables have several pages in a small file
 
 const TestDatabase &sample()
 {
@@ -35,7 +35,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const auto ask = [](const char *query) { return answer(sample().file().toUtf8(), query); };
     Input input(data, size);
     const QDir folder(sample().folder());
-    for (const QString &left : folder.entryList(QDir::Files)) // a journal among them
+    for (const QString &left : folder.entryList(QDir::Files)) // including a journal
         QFile::remove(folder.filePath(left));
     TemporaryHome::write(sample().file(), damaged(whole, PageSize, input));
 
@@ -47,7 +47,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     QString name;
     GetEmployeeName(host, environment, QStringLiteral("00123"), name);
     require(host.boxes.size() <= 1, "a look-up shows one box at most");
-    require(host.boxes.isEmpty() || name.isNull(), "a failed look-up leaves the name");
+    require(host.boxes.isEmpty() || name.isNull(), "a failed look-up leaves the name unchanged");
 
     const char *const punches = "SELECT count(*) FROM RawDataDetails WHERE PersonalID = 'A77'";
     const char *const check = "PRAGMA integrity_check";
@@ -59,8 +59,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const auto after = ask(punches);
     require(host.boxes.size() <= 1, "a punch shows one box at most");
     require(!isSound || ask(check) == "ok", "a punch does no damage");
-    // On a page that calls used bytes free the new row may take the place of an old one, which
-    // takes a reading of the whole file to see.
+    // On a page that lists used bytes as free the new row may overwrite an old one, which only a
+    // check of the whole file would show.
     if (before && after && (isSound || !isStored))
         require(after->toInt() - before->toInt() == int{isStored}, "a punch is one row, or a box");
     if (isStored)

@@ -1,4 +1,4 @@
-/// Runs a fuzz target once on each file of a folder, with any compiler.
+/// Runs a fuzz target once on each file in a folder, built with any compiler.
 
 #include <QDir>
 #include <QFile>
@@ -26,6 +26,5 @@ int main(int argumentCount, char **arguments)
         LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t *>(input.data()),
                                static_cast<std::size_t>(input.size()));
     }
-    return names.isEmpty() ? EXIT_FAILURE
-                           : EXIT_SUCCESS; // a corpus that is not there checks nothing
+    return names.isEmpty() ? EXIT_FAILURE : EXIT_SUCCESS; // an empty corpus checks nothing
 }

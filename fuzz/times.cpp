@@ -1,5 +1,5 @@
-/// Times and dates in any regional format: whatever is read from a text is in range, the readers
-/// agree with each other, and a time that is written is read back.
+/// Times and dates in any regional format: what is read from a text is in range, the parsers agree
+/// with each other, and a formatted time is read back.
 
 #include "fuzz/Input.h"
 #include "platform/text/RegionalFormat.h"
@@ -12,7 +12,7 @@ using namespace Tavrel;
 namespace
 {
 
-/// Whether the parts follow each other inside the text.
+/// Whether the parts are in order and inside the text.
 bool areInside(const QList<TimePart> &parts, const QString &text)
 {
     qsizetype end = 0;
@@ -29,17 +29,18 @@ void checkReading(const QString &text, const QLocale &locale)
     DateAndTime read;
     double value = 0;
     const int failure = failureOf([&] { read = parseDateAndTime(text, locale); });
-    require(failureOf([&] { value = timeText(text, locale); }) == failure, "both readers agree");
-    require(failure == 0 || failure == Failure::TypeMismatch, "what is no time is failure 13");
+    require(failureOf([&] { value = timeText(text, locale); }) == failure, "both parsers agree");
+    require(failure == 0 || failure == Failure::TypeMismatch,
+            "text that is not a time is TypeMismatch");
     const QTime numbers = readTime(text, locale).time;
     require(areInside(partsOfTime(text, locale), text), "the parts are inside the text");
     if (failure != 0)
         return;
-    require(read.time.isValid(), "a time is read, or midnight");
+    require(read.time.isValid(), "a parsed time is valid");
     require(value - std::floor(value) < 1 && (read.date.isValid() || value >= 0),
             "a date value is its days and its time");
     require(read.date.isValid() || (numbers == read.time && value == timeOfDay(read.time)),
-            "a time alone is the same to all readers");
+            "a time alone is the same to all parsers");
 }
 
 void checkWriting(const QTime &time, const QLocale &locale, const QLocale &other)
@@ -48,7 +49,7 @@ void checkWriting(const QTime &time, const QLocale &locale, const QLocale &other
     for (const QLocale &reader : {locale, other}) {
         const DateAndTime read = parseDateAndTime(text, reader);
         require(read.time == time && !read.date.isValid(), "a time reads back in any format");
-        require(readTime(text, reader).time == time, "a time that stands in a field can be pasted");
+        require(readTime(text, reader).time == time, "a time shown in a field can be pasted");
     }
     const QList<TimePart> parts = partsOfTime(text, locale);
     require(!parts.isEmpty() && areInside(parts, text), "a time has its parts");
