@@ -8,7 +8,10 @@
 namespace Tavrel
 {
 
-/// The connection string of the time database: the file Orvanta.mdb in `programFolder`, which is
+/// The name of the time database's file.
+inline constexpr QLatin1StringView DatabaseFile("Orvanta.mdb");
+
+/// The connection string of the time database: the file DatabaseFile in `programFolder`, which is
 /// inserted as it is.
 QString connectionString(const QString &programFolder);
 
