@@ -82,6 +82,6 @@ inline void require(bool holds, const char *promise)
 {
     if (holds)
         return;
-    std::cerr << "Broken: " << promise << std::endl;
+    std::cerr << "Broken: " << promise << '\n';
     std::abort();
 }

@@ -7,8 +7,6 @@
 #include <cstdlib>
 #include <iostream>
 
-using namespace Tavrel;
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
 
 int main(int argumentCount, char **arguments)
@@ -21,7 +19,7 @@ int main(int argumentCount, char **arguments)
         QFile file(folder.filePath(name));
         if (!file.open(QIODevice::ReadOnly))
             return EXIT_FAILURE;
-        std::cout << name.toStdString() << std::endl;
+        std::cout << name.toStdString() << '\n' << std::flush;
         const QByteArray input = file.readAll();
         LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t *>(input.data()),
                                static_cast<std::size_t>(input.size()));

@@ -107,7 +107,7 @@ bool isJetFile(sqlite3 *database)
 {
     sqlite3_file *file = nullptr;
     std::array<char, sizeof JetMark - 1> mark{};
-    sqlite3_file_control(database, "main", SQLITE_FCNTL_FILE_POINTER, &file);
+    sqlite3_file_control(database, "main", SQLITE_FCNTL_FILE_POINTER, static_cast<void *>(&file));
     return file->pMethods->xRead(file, mark.data(), mark.size(), JetMarkOffset) == SQLITE_OK &&
            std::ranges::equal(mark, std::string_view(JetMark));
 }

@@ -21,7 +21,7 @@ namespace Tavrel
 namespace
 {
 
-constexpr sqlite3_int64 MemoryLimit = 64 * 1024 * 1024;
+constexpr sqlite3_int64 MemoryLimit = sqlite3_int64{64} * 1024 * 1024;
 
 sqlite3_vfs *original()
 {

@@ -196,7 +196,7 @@ private:
     /// Says `prompt` once the driver waits, which it does not when it refuses at once.
     void promptOnWaiting(const char *prompt)
     {
-        QTimer::singleShot(0, &m_waiting, [prompt] { std::cerr << prompt << std::endl; });
+        QTimer::singleShot(0, &m_waiting, [prompt] { std::cerr << prompt << '\n'; });
     }
 
     /// Says what was done, or why it was not.

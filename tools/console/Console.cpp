@@ -14,7 +14,7 @@ namespace Console
 
 void say(const QString &line)
 {
-    std::cout << qPrintable(visible(line)) << std::endl;
+    std::cout << qPrintable(visible(line)) << '\n' << std::flush;
 }
 
 QString program()
@@ -24,7 +24,7 @@ QString program()
 
 Status complain(const QString &why)
 {
-    std::cerr << qPrintable(program()) << ": " << qPrintable(visible(why)) << std::endl;
+    std::cerr << qPrintable(program()) << ": " << qPrintable(visible(why)) << '\n';
     return Failed;
 }
 

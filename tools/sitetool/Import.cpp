@@ -94,7 +94,7 @@ std::optional<Value> storedValue(const OldColumn &column, const NeededColumn *ne
         if (column.type == u"REAL" || (isInteger && !needed)) // the latter is a decimal number
             return value.toDouble();
     } else if (value.isObject()) {
-        const auto bytes = QByteArray::fromBase64(value[u"$binary"].toString().toLatin1());
+        auto bytes = QByteArray::fromBase64(value[u"$binary"].toString().toLatin1());
         if (column.type == u"BLOB")
             return bytes;
         if (isInteger && !needed) // a GUID

@@ -45,7 +45,7 @@ std::optional<QByteArray> ReaderProtocol::takeRequest()
     }
     if (length == 0 || m_received.size() < length)
         return {};
-    const QByteArray request = m_received.left(length);
+    QByteArray request = m_received.left(length);
     m_received.remove(0, length);
     return request;
 }

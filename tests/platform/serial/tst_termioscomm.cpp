@@ -186,7 +186,7 @@ private Q_SLOTS:
         line.comm.Output(much.left(50000)); // more than the line takes
         line.comm.Output(much.mid(50000));
         QByteArray arrived;
-        QTRY_VERIFY((arrived += line.reader.receive(0)).size() == much.size());
+        QTRY_VERIFY(arrived.append(line.reader.receive(0)).size() == much.size());
         QVERIFY(arrived == much);
         QTRY_VERIFY(!QEventLoop().processEvents()); // nothing keeps the processor at work
     }
