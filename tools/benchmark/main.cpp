@@ -1,4 +1,4 @@
-// Measures the parts of a clock and prints rows of a table. scripts/bench calls it.
+// Measures the parts of a clock and prints table rows. Called by scripts/bench.
 
 #include "app/frmMain.h"
 #include "app/settings/SettingsStore.h"
@@ -35,7 +35,7 @@ namespace
     std::exit(1);
 }
 
-/// Prints a row of the table in which the figures are published.
+/// Prints a row of the table in docs/measurements.md.
 void row(const QString &what, const QString &measured)
 {
     std::printf("| %s | %s |\n", qPrintable(what), qPrintable(measured));
@@ -44,7 +44,7 @@ void row(const QString &what, const QString &measured)
 
 using Times = std::vector<double>; ///< in milliseconds
 
-/// The time below which `share` of the times lie, as in 0.5 for the median.
+/// The `share` quantile of the times, for example 0.5 for the median.
 double quantile(Times times, double share)
 {
     const auto index = static_cast<std::ptrdiff_t>(share * static_cast<double>(times.size() - 1));
@@ -71,7 +71,7 @@ double timed(const std::function<void()> &work)
     return elapsed(timer);
 }
 
-/// The real machine, with a hook where a poll waits for a card and one where the time is asked for.
+/// The real host, with one hook in a poll's wait for a card and one in reading the time.
 class HookedHost : public DesktopHost
 {
 public:
@@ -93,11 +93,11 @@ public:
         return DesktopHost::Now();
     }
 
-    std::function<void()> insidePoll; ///< runs once, in the next wait of a poll
+    std::function<void()> insidePoll; ///< runs once, during the next wait of a poll
     std::function<void()> onNow;
 };
 
-/// SQLite without anything around it, as durable as the clock. It counts into the first batch.
+/// Plain SQLite, as durable as the clock. It counts in the first batch.
 class BareDatabase
 {
 public:
@@ -127,21 +127,21 @@ private:
     sqlite3 *m_database = nullptr;
 };
 
-/// Lets things happen until a condition holds and the clock is done with what made it hold.
+/// Processes events until a condition holds and the current event is done.
 void runEvents(const std::function<bool()> &until)
 {
     while (!until())
         QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
 }
 
-/// What a punch took, in milliseconds from the last byte of its frame.
+/// How long a punch took, in milliseconds from the last byte of its frame.
 struct PunchTimes {
-    double made;   ///< until its window was made, and filled but for the time
+    double made;   ///< until its window was created and filled except for the time
     double shown;  ///< until its window was shown
     double stored; ///< until both rows were durable
 };
 
-/// A clock at work on a reader at COM1 and the database in the current folder.
+/// A running clock with a reader at COM1 and the database in the current folder.
 class Clock
 {
 public:
@@ -152,27 +152,27 @@ public:
         m_window.Show();
     }
 
-    /// Runs something of a poll's length out of the wait of a poll, as a frame finds the clock.
+    /// Runs `work` during the wait of a poll, the state in which a frame usually arrives.
     void insidePoll(const std::function<void()> &work)
     {
         host.insidePoll = work;
         runEvents([&] { return !host.insidePoll; });
     }
 
-    /// Swipes a badge so that a running poll meets its frame, or right behind a poll.
-    PunchTimes swipe(bool isMet = true)
+    /// Swipes a badge while a poll waits, or just after a poll.
+    PunchTimes swipe(bool duringPoll = true)
     {
         QElapsedTimer timer;
-        Times readings; // of the time, in a punch: for the window, for the row, for the batch
+        Times readings; // a punch reads the time for its window, its row and the batch
         const auto send = [&] {
             host.onNow = [&] { readings.push_back(elapsed(timer)); };
             timer.start();
             m_reader.send("\2;1001?\3");
         };
-        insidePoll(isMet ? std::function<void()>(send) : [] {});
-        if (!isMet) // a poll without a card is over; the next tick reads the time twice, too
+        insidePoll(duringPoll ? std::function<void()>(send) : [] {});
+        if (!duringPoll) // that poll has ended; the next tick reads the time twice as well
             send();
-        runEvents([&] { return readings.size() >= (isMet ? 3 : 5); });
+        runEvents([&] { return readings.size() >= (duringPoll ? 3 : 5); });
         host.onNow = {};
         const PunchTimes times{readings.end()[-3], readings.end()[-2], elapsed(timer)};
         close();
@@ -183,7 +183,7 @@ public:
     DataEnvironment environment;
 
 private:
-    /// Closes the window as a user does, by an event: what that deletes later goes with it.
+    /// Closes the window from an event, as a user does, so that deferred deletions run too.
     static void close()
     {
         QTimer::singleShot(0, [] {
@@ -199,7 +199,7 @@ private:
     frmMain m_window{host, environment};
 };
 
-/// Punches on a database that holds what the words say.
+/// Measures punches on the database that `database` describes.
 void benchmarkPunch(const QString &database, bool withShares)
 {
     constexpr int Rounds = 101;
@@ -231,10 +231,10 @@ void benchmarkPunch(const QString &database, bool withShares)
     row(u"its look-up"_s, milliseconds(times["look-up"]));
     row(u"its frame read, its window made and filled"_s, milliseconds(times["made"]));
     row(u"its window shown"_s, milliseconds(times["shown"]));
-    row(u"a punch whose frame comes right behind a poll"_s, milliseconds(times["between"]));
+    row(u"a punch whose frame comes just after a poll"_s, milliseconds(times["between"]));
 }
 
-/// The parts of a tick, each done many times over.
+/// Measures the parts of a tick, each repeated many times.
 void benchmarkTick()
 {
     constexpr int Rounds = 5000;
@@ -270,7 +270,7 @@ void benchmarkTick()
     measure("its date", [&] { face.txtDate->Text(formatLongDate(host.Now())); });
 }
 
-/// A line on which a frame has always just come in.
+/// A line on which a frame has always just arrived.
 class BusyLine : public MSComm
 {
 public:
@@ -296,14 +296,14 @@ void benchmarkDriver()
     const double time = timed([&] {
         for (int i = 0; i < Frames; ++i) {
             if (driver.ReadTracks(200, tracks[0], tracks[1], tracks[2]) != CMRW::Success)
-                giveUp("the driver has lost a frame");
+                giveUp("the driver lost a frame");
         }
     });
     row(u"frames of three tracks through the driver, a second"_s,
         u"%1 million"_s.arg(Frames / time / 1000, 0, 'f', 1));
 }
 
-/// A clock that ends at its first tick.
+/// Runs a clock that ends at its first tick.
 [[noreturn]] void runToFirstTick()
 {
     HookedHost host;
@@ -314,7 +314,7 @@ void benchmarkDriver()
     std::_Exit(QApplication::exec());
 }
 
-/// An empty window of the clock's size and with its timer, which may end at the first tick.
+/// Runs an empty window with the clock's size and timer, which may end at the first tick.
 [[noreturn]] void runEmptyWindow(bool endsAtTick)
 {
     QWidget window;
@@ -355,7 +355,7 @@ int main(int argc, char *argv[])
     } catch (const Failure &failure) {
         giveUp(qPrintable(failure.description));
     }
-    giveUp(
-        "punch WHAT-IS-STORED [shares] | tick | driver | first-tick | empty-window [first-tick]\n"
-        "works on Orvanta.mdb and its copy bare.mdb in the current folder, and on COM1");
+    giveUp("usage: benchmark punch WHAT-IS-STORED [shares] | tick | driver | first-tick | "
+           "empty-window [first-tick]\n"
+           "works on Orvanta.mdb and its copy bare.mdb in the current folder, and on COM1");
 }

@@ -18,7 +18,8 @@ void ReaderLink::PortOpen(bool open)
         m_line.PortOpen(open);
     } catch (const Failure &failure) {
         if (failure.number == EWOULDBLOCK || failure.number == EBUSY)
-            fail(failure.number, u"Another program has %1; close it first."_s.arg(m_name));
+            fail(failure.number,
+                 u"%1: another program is using it; close that first."_s.arg(m_name));
         fail(failure.number, u"%1: %2."_s.arg(m_name, failure.description));
     }
 }
@@ -27,7 +28,7 @@ std::int16_t ReaderLink::InBufferCount()
 {
     const std::int16_t count = m_line.InBufferCount();
     if (count == 0)
-        send({}); // sends nothing, and fails when the device has gone away
+        send({}); // sends nothing, and fails if the device was disconnected
     return count;
 }
 
@@ -49,14 +50,14 @@ void ReaderLink::send(const QByteArray &bytes)
     try {
         m_line.Output(bytes);
     } catch (const Failure &failure) {
-        fail(failure.number, u"The reader at %1 has gone away."_s.arg(m_name));
+        fail(failure.number, u"%1: the reader was disconnected."_s.arg(m_name));
     }
 }
 
-void ReaderLink::fail(std::int32_t number, const QString &words)
+void ReaderLink::fail(std::int32_t number, const QString &text)
 {
-    m_failure = words;
-    throw Failure(number, words);
+    m_failure = text;
+    throw Failure(number, text);
 }
 
 } // namespace Tavrel

@@ -6,13 +6,13 @@
 namespace Tavrel
 {
 
-/// The line to a reader, with what a technician needs and the driver keeps to itself: failures
-/// name the device and are kept, a device that goes away is a failure instead of silence, and what
-/// the reader has answered can be looked at.
+/// The line to a reader, with what a technician needs and the driver hides: failures name the
+/// device and are stored, a disconnected device is a failure instead of a time-out, and the bytes
+/// that the reader answered are available.
 class ReaderLink : public MSComm
 {
 public:
-    /// A line on the device at `path`, which messages call `name`.
+    /// `path` is the device, `name` what messages call it.
     ReaderLink(const QString &path, const QString &name);
 
     void CommPort(std::int16_t port) override { m_line.CommPort(port); }
@@ -20,25 +20,26 @@ public:
     bool PortOpen() const override { return m_line.PortOpen(); }
     void PortOpen(bool open) override;
 
-    /// A failure when nothing is waiting and the device has gone away.
+    /// Throws a Failure if no bytes are waiting and the device was disconnected.
     std::int16_t InBufferCount() override;
     QByteArray Input() override;
     void Output(const QByteArray &bytes) override;
 
     const QString &name() const { return m_name; }
 
-    /// The last failure to open the port or to reach the reader, in words; empty if there was none.
+    /// The message of the last failure to open the port or to reach the reader; empty if there was
+    /// none.
     const QString &failure() const { return m_failure; }
 
-    /// What the driver has taken since it sent something, or since the beginning.
+    /// The bytes that the driver has read since it last sent something.
     const QByteArray &answer() const { return m_answer; }
 
-    /// Whether bytes have come that the driver has not taken.
+    /// Whether bytes are waiting that the driver has not read.
     bool hasUnread() { return m_line.InBufferCount() > 0; }
 
 private:
     void send(const QByteArray &bytes);
-    [[noreturn]] void fail(std::int32_t number, const QString &words);
+    [[noreturn]] void fail(std::int32_t number, const QString &text);
 
     TermiosComm m_line;
     QString m_name;

@@ -29,62 +29,61 @@ namespace
 using namespace Console;
 
 constexpr char Description[] =
-    "Reads and writes cards, and looks after the card reader.\n\n"
+    "Reads and writes cards, and configures the card reader.\n\n"
     "Commands:\n"
     "  read                wait for a swipe and show its tracks\n"
-    "  write T1 [T2 [T3]]  write the tracks on the next card; an empty text, '', leaves a track\n"
-    "                      out. Track 1 takes blanks, capital letters, digits and signs (codes\n"
-    "                      32 to 95), tracks 2 and 3 digits and :;<=> (48 to 62)\n"
-    "  info                show what the reader answers about itself, as hex and as text\n"
+    "  write T1 [T2 [T3]]  write the tracks on the next card; an empty string, '', skips a\n"
+    "                      track. Track 1 accepts spaces, capital letters, digits and symbols\n"
+    "                      (codes 32 to 95), tracks 2 and 3 digits and :;<=> (48 to 62)\n"
+    "  info                show how the reader identifies itself, as hex and as text\n"
     "  set-line SETTINGS   set the reader's rate (1200, 2400, 4800, 9600) and parity (o, e, m,\n"
-    "                      s, n), as in 9600,e, and its block check. Data and stop bits may\n"
-    "                      follow, as in 9600,e,8,1, but are not sent\n\n"
-    "Ctrl-C ends the waiting for a card. A text that begins with - goes behind a --. What does\n"
-    "not print is shown as in \\x1B, and a backslash as \\\\.\n"
-    "The status is 0 on success, 1 on failure, 2 when the command line is not understood.";
+    "                      s, n), for example 9600,e, and its block check. Data and stop bits\n"
+    "                      may follow, as in 9600,e,8,1, but are not sent\n\n"
+    "Ctrl-C stops waiting for a card. Put -- before a text that begins with -. Characters that\n"
+    "cannot be printed are shown in the form \\x1B, and a backslash as \\\\.\n"
+    "The exit status is 0 on success, 1 on failure, 2 if the command line is invalid.";
 
-constexpr char CheckLine[] = "check that --settings has the rate and parity of the reader.";
-constexpr char CheckAll[] = "check that --settings has the rate and parity of the reader, and that "
-                            "--block-check is given exactly when it expects a block check.";
+constexpr char CheckLine[] = "check that --settings matches the reader's rate and parity.";
+constexpr char CheckAll[] = "check that --settings matches the reader's rate and parity, and that "
+                            "--block-check is given only if the reader expects a block check.";
 
 struct Options {
     QCommandLineOption port{u"port"_s,
                             u"The reader's port: COM1, COM2, ... or the path of a "
-                            "device. COM1 unless given."_s,
+                            "device. Default: COM1."_s,
                             u"port"_s, u"COM1"_s};
     QCommandLineOption settings{u"settings"_s,
                                 u"Rate, parity, data bits and stop bits of the "
-                                "line. 9600,N,8,1 unless given."_s,
+                                "line. Default: 9600,N,8,1."_s,
                                 u"settings"_s, u"9600,N,8,1"_s};
     QCommandLineOption blockCheck{u"block-check"_s, u"Write with a block check byte."_s};
     QCommandLineOption deviceType{u"device-type"_s,
-                                  u"0 to end written tracks with ?, 1 with <. 0 "
-                                  "unless given."_s,
+                                  u"0 to end written tracks with ?, 1 with <. "
+                                  "Default: 0."_s,
                                   u"type"_s, u"0"_s};
     QCommandLineOption bcc{u"bcc"_s,
-                           u"set-line: on or off, whether the reader is to expect a "
-                           "block check byte. off unless given."_s,
+                           u"set-line: whether the reader is to expect a block check "
+                           "byte, on or off. Default: off."_s,
                            u"on|off"_s, u"off"_s};
     QCommandLineOption oldParity{u"old-parity"_s,
-                                 u"set-line: the parity letter of the reader's line "
-                                 "until now. That of --settings unless given."_s,
+                                 u"set-line: the reader's current parity, as a letter. "
+                                 "Default: that of --settings."_s,
                                  u"letter"_s};
 };
 
-/// One parity of the reader's line: its letter and its name.
 struct Parity {
     char letter;
     const char *name;
 };
 
-/// The same is sent for s and n.
+/// The driver sends the same for s and n.
 constexpr std::array Parities{
     Parity{'o', "odd parity"},         Parity{'e', "even parity"},
     Parity{'m', "mark parity"},        Parity{'s', "no or space parity"},
     Parity{'n', "no or space parity"},
 };
 
-/// A line as set-line takes it, in lower case: rate, parity letter and, if given, the other bits.
+/// The SETTINGS of set-line in lower case: rate, parity letter and, if given, the other bits.
 struct ReaderLine {
     explicit ReaderLine(const QString &text)
         : rate(text.section(u',', 0, 0)), bits(text.section(u',', 2)),
@@ -94,7 +93,7 @@ struct ReaderLine {
     {
     }
 
-    /// Whether the clock's options offer this line; bits that are not given are left to the reader.
+    /// Whether the clock's Options offer this line. Bits that are not given match any.
     bool suitsClock() const
     {
         const auto begins = [](const QString &text) {
@@ -110,7 +109,7 @@ struct ReaderLine {
     Parity parity;
 };
 
-/// The tracks that differ from `absent`, as in "track 1 ANN, track 2 (empty)".
+/// Lists the tracks that differ from `absent`, as in "track 1 ANN, track 2 (empty)".
 QString describe(const Frames::Tracks &tracks, const QString &absent)
 {
     QStringList described;
@@ -127,7 +126,7 @@ QString hex(const QByteArray &bytes)
     return QString::fromLatin1(bytes.toHex(' ').toUpper());
 }
 
-/// The driver's own text of a result.
+/// The driver's own description of a result.
 QString textOf(const CMRW &driver, std::int32_t result)
 {
     QString text;
@@ -147,7 +146,7 @@ public:
     Status read()
     {
         constexpr std::int16_t NoTimeout = 0;
-        const QString absent(u'\uFFFF'); // no byte stands for it
+        const QString absent(u'\uFFFF'); // no byte decodes to it
         promptOnWaiting("Swipe a card, or press Ctrl-C.");
         Frames::Tracks tracks{absent, absent, absent};
         const auto result = m_driver.ReadTracks(NoTimeout, tracks[0], tracks[1], tracks[2]);
@@ -159,9 +158,9 @@ public:
         promptOnWaiting("Swipe the card to write, or press Ctrl-C.");
         const auto result = m_driver.WriteTracks(0, tracks[0], tracks[1], tracks[2]);
         if (result == CMRW::Cancelled)
-            return complain(u"Cancelled. The reader may still be waiting with the "
-                            "card's text, to write it on the next card. If a swipe "
-                            "had no effect, "_s +
+            return complain(u"Cancelled. The reader may still be waiting to write "
+                            "this text on the next card. If a swipe had no "
+                            "effect, "_s +
                             CheckAll);
         return end(result, u"Wrote "_s + describe(tracks, {}));
     }
@@ -179,27 +178,27 @@ public:
             m_driver.SetBaudRate_BCC(settings, blockCheck ? True : False, oldParity);
         const ReaderLine line(settings);
         const Status status =
-            end(result, u"The reader has taken %1 baud, %2, block check %3. From now "
-                        "on use --settings %1,%4,D,S%5; D and S are the reader's "
-                        "own data and stop bits, which were not sent."_s.arg(
+            end(result, u"The reader is set to %1 baud, %2, block check %3. From now "
+                        "on use --settings %1,%4,D,S%5, where D and S are the "
+                        "reader's own data and stop bits, which were not sent."_s.arg(
                             line.rate, QLatin1String(line.parity.name),
                             blockCheck ? QLatin1String("on") : QLatin1String("off"),
                             QString(QLatin1Char(line.parity.letter)).toUpper(),
                             blockCheck ? QLatin1String(" --block-check") : QLatin1String()));
         if (status == Succeeded && !line.suitsClock())
-            complain(u"Warning: the clock cannot use this line. It takes 9600, 4800 "
-                     "or 2400 with N,8,1, O,7,1 or S,7,1."_s);
+            complain(u"Warning: the clock cannot use these settings. It supports 9600, "
+                     "4800 or 2400 with N,8,1, O,7,1 or S,7,1."_s);
         return status;
     }
 
 private:
-    /// Says `prompt` once the driver waits, which it does not when it refuses at once.
+    /// Prints `prompt` once the driver waits for events, but not if it fails before.
     void promptOnWaiting(const char *prompt)
     {
         QTimer::singleShot(0, &m_waiting, [prompt] { std::cerr << prompt << '\n'; });
     }
 
-    /// Says what was done, or why it was not.
+    /// Prints `done`, or why the operation failed.
     Status end(std::int32_t result, const QString &done)
     {
         const QString why = whyNot(result);
@@ -209,19 +208,19 @@ private:
         return Succeeded;
     }
 
-    /// Why an operation has failed, and what to check; empty when it has not.
+    /// Why an operation failed, and what to check; empty if it succeeded.
     QString whyNot(std::int32_t result)
     {
         const QByteArray &answer = m_link.answer();
         if (!m_link.failure().isEmpty())
             return m_link.failure();
         if (!m_host.boxText.isEmpty()) {
-            // With an answer at hand, the driver has looked for more of it or had no room for it.
+            // The driver found an answer too short or too long, and its box does not say which.
             if (answer.isEmpty())
                 return m_host.boxText;
             if (answer.size() == 1)
-                return u"The reader answered too little: %1; "_s.arg(hex(answer)) + CheckLine;
-            return u"The reader sent too much: %1 bytes; "_s.arg(answer.size()) + CheckLine;
+                return u"Incomplete answer: %1; "_s.arg(hex(answer)) + CheckLine;
+            return u"Answer too long: %1 bytes; "_s.arg(answer.size()) + CheckLine;
         }
         switch (result) {
         case CMRW::Success:
@@ -229,14 +228,14 @@ private:
         case CMRW::Cancelled:
             return u"Cancelled."_s;
         case CMRW::TimeOut:
-            return (m_link.hasUnread() ? u"The reader at %1 answered too late; "_s
-                                       : u"No answer from the reader at %1, which may be off; "_s)
+            return (m_link.hasUnread() ? u"%1: the reader answered too late; "_s
+                                       : u"%1: no answer, the reader may be off; "_s)
                        .arg(m_link.name()) +
                    CheckLine;
         case CMRW::NotConnected:
             if (answer.startsWith(Frames::Stx))
                 return u"The reader refused (NAK); "_s + CheckAll;
-            return u"The reader's answer is not understood: %1; "_s.arg(hex(answer)) + CheckLine;
+            return u"Unexpected answer: %1; "_s.arg(hex(answer)) + CheckLine;
         case CMRW::InvalidCard:
             return textOf(m_driver, result) + u" The reader refused (NAK); "_s + CheckAll;
         default:
@@ -247,7 +246,7 @@ private:
     WindowlessHost &m_host;
     ReaderLink &m_link;
     CMRW &m_driver;
-    QObject m_waiting; ///< goes with the run, and a prompt that was not needed goes with it
+    QObject m_waiting; ///< destroyed with the run, and a pending prompt with it
 };
 
 const QRegularExpression &comPort()
@@ -257,7 +256,7 @@ const QRegularExpression &comPort()
     return name;
 }
 
-/// The parity letter of the reader's line until now.
+/// The reader's current parity letter.
 QString oldParity(const QCommandLineParser &parser, const Options &options)
 {
     return parser.isSet(options.oldParity)
@@ -272,7 +271,7 @@ constexpr std::array Commands{
     Command{"set-line", 1, 1, "one text"},
 };
 
-/// What is wrong with the command line, in words; empty when nothing is.
+/// What is wrong with the command line; empty if it is valid.
 QString mistakeIn(const QCommandLineParser &parser, const Options &options)
 {
     static const QRegularExpression readerLine(u"^(1200|2400|4800|9600),[oemsn](,[78],[12])?$"_s,
@@ -308,28 +307,9 @@ QString mistakeIn(const QCommandLineParser &parser, const Options &options)
     return {};
 }
 
-} // namespace
-
-} // namespace Tavrel
-
-using namespace Tavrel;
-
-int main(int argc, char *argv[])
+/// Opens the port and runs the command of a valid command line.
+Status perform(const QCommandLineParser &parser, const Options &options)
 {
-    chooseUtf8Locale();
-    QCoreApplication application(argc, argv);
-    QCommandLineParser parser;
-    const Options options;
-    parser.setApplicationDescription(QString::fromLatin1(Description));
-    parser.addOptions({options.port, options.settings, options.blockCheck, options.deviceType,
-                       options.bcc, options.oldParity});
-    parser.addPositionalArgument(u"command"_s, u"read, write, info or set-line"_s);
-    QString mistake = parse(parser);
-    if (mistake.isEmpty())
-        mistake = mistakeIn(parser, options);
-    if (!mistake.isEmpty())
-        return refuse(mistake);
-
     QStringList arguments = parser.positionalArguments();
     const QString command = arguments.takeFirst().toLower();
     const QString port = parser.value(options.port);
@@ -367,4 +347,26 @@ int main(int argc, char *argv[])
                              oldParity(parser, options));
     driver.Disconnect();
     return status;
+}
+
+} // namespace
+
+} // namespace Tavrel
+
+using namespace Tavrel;
+
+int main(int argc, char *argv[])
+{
+    chooseUtf8Locale();
+    QCoreApplication application(argc, argv);
+    QCommandLineParser parser;
+    const Options options;
+    parser.setApplicationDescription(QString::fromLatin1(Description));
+    parser.addOptions({options.port, options.settings, options.blockCheck, options.deviceType,
+                       options.bcc, options.oldParity});
+    parser.addPositionalArgument(u"command"_s, u"read, write, info or set-line"_s);
+    QString mistake = parse(parser);
+    if (mistake.isEmpty())
+        mistake = mistakeIn(parser, options);
+    return mistake.isEmpty() ? perform(parser, options) : refuse(mistake);
 }

@@ -19,7 +19,7 @@ void say(const QString &line)
 
 QString program()
 {
-    return QCoreApplication::applicationName(); // which is that of argv[0], as no tool sets another
+    return QCoreApplication::applicationName(); // derived from argv[0], as no tool sets another
 }
 
 Status complain(const QString &why)
@@ -30,7 +30,7 @@ Status complain(const QString &why)
 
 Status refuse(const QString &mistake)
 {
-    complain(mistake + u" (--help shows the usage.)"_s);
+    complain(mistake + u" Try --help."_s);
     return NotUnderstood;
 }
 
@@ -70,8 +70,8 @@ QString mistakeInCommand(std::span<const Command> commands, const QStringList &a
 
 QString parse(QCommandLineParser &parser)
 {
-    // The toolkit's own help option would bring --help-all with it.
-    const QCommandLineOption help({u"h"_s, u"help"_s}, u"Displays this help."_s);
+    // Qt's own help option would add --help-all.
+    const QCommandLineOption help({u"h"_s, u"help"_s}, u"Display this help."_s);
     parser.addOption(help);
     const QCommandLineOption version = parser.addVersionOption();
     QCoreApplication::setApplicationVersion(QStringLiteral(TAVREL_VERSION));

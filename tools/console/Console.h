@@ -9,44 +9,43 @@
 namespace Tavrel
 {
 
-/// What the tools have in common at a terminal: their words, their status and their command line.
+/// What the command-line tools share: output, exit status and the parsing of arguments.
 namespace Console
 {
 
 enum Status { Succeeded = 0, Failed = 1, NotUnderstood = 2 };
 
-/// `text` as one line without anything that a terminal obeys or that looks like something else:
-/// control and formatting characters, which change the direction of text among others, and spaces
-/// other than the blank are written as in \x1B or \u202E, and a backslash is doubled.
+/// Returns `text` as one line that is safe to print on a terminal and shows what it contains:
+/// control and formatting characters (such as those that change the direction of text) and spaces
+/// other than U+0020 become \x1B or \u202E and the like, and a backslash is doubled.
 QString visible(const QString &text);
 
-/// Writes `line`, as visible() shows it, to the standard output, at once.
+/// Writes visible(line) to standard output and flushes it.
 void say(const QString &line);
 
-/// The name that the program was called by, without its folder: what to type to call it again.
+/// The name by which the program was called, without its folder.
 QString program();
 
-/// Writes "PROGRAM: WHY", WHY as visible() shows it, to the standard error. Returns Failed.
+/// Writes "PROGRAM: WHY" to standard error, with visible(why). Returns Failed.
 Status complain(const QString &why);
 
-/// Complains of a command line that is not understood, and points at --help. Returns
-/// NotUnderstood.
+/// Reports what is wrong with the command line, and mentions --help. Returns NotUnderstood.
 Status refuse(const QString &mistake);
 
-/// A command of a tool, the first of its arguments in any case, and how many others it takes.
+/// A command of a tool: its first argument, in upper or lower case, and how many others it takes.
 struct Command {
     const char *name;
     qsizetype fewest;
     qsizetype most;
-    const char *takes; ///< the others in words
+    const char *takes; ///< the others, for a message
 };
 
-/// What is wrong with the command that `arguments` begin with or with the number of the others;
-/// empty when nothing is.
+/// Returns what is wrong with the command, the first of `arguments`, or with the number of the
+/// others; empty if both are valid.
 QString mistakeInCommand(std::span<const Command> commands, const QStringList &arguments);
 
-/// Parses the arguments of the program, --help and --version among them: either is answered and
-/// ends the process with Succeeded. Returns what is wrong with the arguments, empty for nothing.
+/// Parses the arguments of the program. For --help and --version it prints the answer and exits
+/// with Succeeded. Returns what is wrong with the arguments; empty if they are valid.
 QString parse(QCommandLineParser &parser);
 
 } // namespace Console

@@ -8,9 +8,9 @@
 namespace Tavrel
 {
 
-/// The requests of a user or of the system that the program end, by Ctrl-C or a signal, as a
-/// descriptor that can be read. From its making on these signals do nothing else: a second Ctrl-C
-/// must not end the process before it has said why.
+/// A descriptor that becomes readable when Ctrl-C, SIGTERM or SIGHUP asks the program to end. These
+/// signals are blocked from construction on, so that a second Ctrl-C does not end the process
+/// before it has reported why it ends.
 class EndRequests
 {
 public:

@@ -1,4 +1,4 @@
--- A dozen invented employees, for the demo and the tests.
+-- Twelve fictitious employees, for the demo and the tests.
 
 INSERT INTO Employee (PersonalID, Name) VALUES
     ('1001', 'Anna Example'),

@@ -30,52 +30,52 @@ namespace
 
 using namespace std::chrono_literals;
 
-/// Others hold the file for a moment at each punch. Looking through the file holds up a punch, so
-/// it has to end well before the clock gives up waiting.
+/// Each punch locks the file for a moment.
 constexpr std::chrono::milliseconds Moment = 2s;
+/// The check for damage delays punches, so it must end long before the clock stops waiting.
 constexpr std::chrono::milliseconds LongLook = 10s;
 
-/// The badge of the punch that is tried: a column of numbers does not keep it as it is.
+/// The badge of the test punch: a numeric column would change it.
 constexpr QLatin1StringView TriedBadge("00123");
 
-/// What to do about a failure, by its number or by the low byte that SQLite's numbers have in
-/// common. %1 in the text is this program.
+/// What to do about a failure, by its number or by the low byte of SQLite's extended numbers. %1 in
+/// the text is this program.
 struct Advice {
     int number;
     const char *text;
 };
 constexpr Advice Advices[] = {
-    {SQLITE_BUSY, "Another program holds the database. The clock waits 30 seconds for it: end it."},
-    {SQLITE_CONSTRAINT, "A rule of the table or a trigger refuses what the clock writes: give "
-                        "columns of your own a default, or remove the rule."},
+    {SQLITE_BUSY,
+     "Another program locks the database, and the clock waits only 30 seconds: end it."},
+    {SQLITE_CONSTRAINT, "A constraint or a trigger rejects what the clock writes: give your own "
+                        "columns a default, or remove the constraint or trigger."},
     {SQLITE_CORRUPT, "The file is damaged: copy it away, then restore a backup."},
-    {SQLITE_NOTADB, "Bring a Jet or Access database over by %1 import; in place of anything else "
+    {SQLITE_NOTADB, "If it is a Jet or Access database, convert it with %1 import; otherwise "
                     "restore a backup."},
-    {SQLITE_READONLY_ROLLBACK,
-     "The last write was cut off, by a crash or a power cut, and is taken "
-     "back at the next swipe. Swipe a badge, then check again."},
-    {Failure::Overflow, "The number of the batch, RawData.ID, ends at 32767: give the batches "
-                        "smaller numbers."},
-    {Failure::TypeMismatch, "RawData.ID or RecordCount of the batch holds no number."},
+    {SQLITE_READONLY_ROLLBACK, "A crash or a power cut interrupted the last write; the next swipe "
+                               "rolls it back. Swipe a badge, then check again."},
+    {Failure::Overflow, "The number of a batch, RawData.ID, is at most 32767: renumber the "
+                        "batches."},
+    {Failure::TypeMismatch, "RawData.ID or RecordCount of the batch is not a number."},
     {Failure::InvalidUseOfNull, "RawData.ID of the batch is empty."},
 };
 
-QString sentence(const QString &words)
+QString sentence(const QString &text)
 {
-    return words.endsWith(u'.') ? words : words + u'.';
+    return text.endsWith(u'.') ? text : text + u'.';
 }
 
-QString withAdvice(const QString &words, int number)
+QString withAdvice(const QString &text, int number)
 {
     constexpr int LowByte = 0xFF;
     for (const int key : {number, number & LowByte}) {
         for (const Advice &advice : Advices) {
             if (advice.number == key)
-                return words + u' ' +
+                return text + u' ' +
                        QString::fromLatin1(advice.text).replace(u"%1"_s, Console::program());
         }
     }
-    return words;
+    return text;
 }
 
 struct Table {
@@ -84,21 +84,20 @@ struct Table {
 };
 constexpr Table Tables[] = {{"RawData", true}, {"RawDataDetails", true}, {"Employee", false}};
 
-/// What is doubtful about employees, for the badges that the query gives.
+/// A possible mistake in Employee, and the query for the badges that have it.
 struct Doubt {
     const char *query;
-    const char *words;
+    const char *text;
 };
 constexpr Doubt Doubts[] = {
     {"SELECT PersonalID FROM Employee WHERE Name IS NULL",
-     "Employees whose Name is Null, which is a message box at each swipe: %1."},
-    {"SELECT PersonalID FROM Employee WHERE trim(Name) = ''",
-     "Employees with an empty name, and so shown without one: %1."},
+     "Employees whose Name is Null (each swipe shows a message box): %1."},
+    {"SELECT PersonalID FROM Employee WHERE trim(Name) = ''", "Employees with an empty name: %1."},
     {"SELECT PersonalID FROM Employee GROUP BY PersonalID HAVING count(*) > 1",
-     "Badges that several employees have, of whom the first is shown: %1."},
+     "Badges that belong to several employees (only the first is shown): %1."},
     {"SELECT PersonalID FROM Employee WHERE typeof(PersonalID) IN ('integer', 'real')",
-     "Badges stored as numbers, which have lost leading zeros and may be shown as Unknown: %1. "
-     "Declare PersonalID as VARCHAR(50) and store texts."},
+     "Badges stored as numbers (without leading zeros, and possibly shown as Unknown): %1. "
+     "Declare PersonalID as VARCHAR(50) and store text."},
 };
 
 class DatabaseCheck
@@ -129,7 +128,7 @@ public:
         } catch (const Failure &failure) {
             const bool isCutOff = failure.number == SQLITE_READONLY_ROLLBACK;
             say(isCutOff ? Findings::Unclear : Findings::Stopping,
-                withAdvice(u"The database cannot be read: "_s + sentence(failure.description),
+                withAdvice(u"Cannot read the database: "_s + sentence(failure.description),
                            failure.number));
         }
     }
@@ -177,9 +176,9 @@ void DatabaseCheck::lookThrough()
     } catch (const Failure &failure) {
         found = failure.description;
         if (failure.number == SQLITE_INTERRUPT) {
-            say(Findings::Notable, u"The file is too large to be looked through for "
-                                   "damage here: let sqlite3 run PRAGMA "
-                                   "quick_check while the clock is closed."_s);
+            say(Findings::Notable, u"The file is too large to check for damage "
+                                   "here: run PRAGMA quick_check in sqlite3 "
+                                   "while the clock is closed."_s);
             return;
         }
     }
@@ -201,20 +200,19 @@ bool DatabaseCheck::checkTables()
                 checkEmployees();
         } else {
             say(isWritten ? Findings::Stopping : Findings::Notable,
-                u"%1 is not as the clock needs it: %2. %3 new makes a file with all "
-                "that is needed, to compare with."_s.arg(name, missing.join(u", "),
-                                                         Console::program()));
+                u"%1 lacks what the clock needs: %2. To compare, make a correct "
+                "file with %3 new."_s.arg(name, missing.join(u", "), Console::program()));
             takesPunches = takesPunches && !isWritten;
         }
     }
     for (const QString &trigger :
          rows("SELECT name || ' on ' || tbl_name FROM sqlite_master WHERE type = 'trigger' AND "
               "lower(tbl_name) IN ('rawdata', 'rawdatadetails')"))
-        say(Findings::Notable, u"The trigger %1 runs within each punch."_s.arg(trigger));
+        say(Findings::Notable, u"The trigger %1 runs at each punch."_s.arg(trigger));
     return takesPunches;
 }
 
-/// What is missing of a table, in the words of the database.
+/// What a table lacks, as reported by the database.
 QStringList DatabaseCheck::missingColumns(const char *table)
 {
     QStringList missing;
@@ -228,7 +226,7 @@ QStringList DatabaseCheck::missingColumns(const char *table)
             missing += failure.description;
         }
     }
-    missing.removeDuplicates(); // a missing table is missing for each column
+    missing.removeDuplicates(); // a missing table is reported for each column
     return missing;
 }
 
@@ -236,7 +234,7 @@ void DatabaseCheck::checkEmployees()
 {
     constexpr qsizetype MostShown = 10;
     if (rows("SELECT 1 FROM Employee LIMIT 1").isEmpty())
-        say(Findings::Notable, u"There are no employees: each badge is Unknown."_s);
+        say(Findings::Notable, u"There are no employees: every badge is Unknown."_s);
     for (const Doubt &doubt : Doubts) {
         const QStringList badges = rows(doubt.query);
         if (badges.isEmpty())
@@ -244,20 +242,20 @@ void DatabaseCheck::checkEmployees()
         QString shown = badges.mid(0, MostShown).join(u", ");
         if (badges.size() > MostShown)
             shown += u" and %1 more"_s.arg(badges.size() - MostShown);
-        say(Findings::Notable, QString::fromLatin1(doubt.words).arg(shown));
+        say(Findings::Notable, QString::fromLatin1(doubt.text).arg(shown));
     }
     checkEmployeeBadges();
 }
 
-/// Stores a badge in a table of this connection alone, whose column is declared alike.
+/// Stores a badge in a temporary table whose column has the same declaration.
 void DatabaseCheck::checkEmployeeBadges()
 {
     execute(m_reading, "CREATE TEMP TABLE Tried AS SELECT PersonalID FROM main.Employee LIMIT 0");
     Statement(m_reading, u"INSERT INTO Tried VALUES (?1)"_s, {QString(TriedBadge)}).execute();
     const QString stored = rows("SELECT PersonalID FROM Tried").value(0);
     if (stored != TriedBadge)
-        say(Findings::Notable, u"Employee.PersonalID is declared as a number, so the "
-                               "badges %1 and %2 are one employee's. Declare it as "
+        say(Findings::Notable, u"Employee.PersonalID is declared as a number, so "
+                               "badges %1 and %2 are the same. Declare it as "
                                "VARCHAR(50)."_s.arg(TriedBadge, stored));
 }
 
@@ -267,13 +265,13 @@ void DatabaseCheck::tryPunch()
     QVariant batch;
     QVariant badge;
     try {
-        DataEnvironment environment; // its end takes everything back
+        DataEnvironment environment; // its destructor rolls back
         Connection &connection = environment.conOV;
         connection.ConnectionTimeout = Moment;
         connection.CommandTimeout = Moment;
         connection.ConnectionString(m_source);
         execute(connection, "PRAGMA cache_spill = OFF");
-        if (m_journalMode != u"wal") // a change of this mode is written to the file
+        if (m_journalMode != u"wal") // leaving that mode would change the file
             execute(connection, "PRAGMA journal_mode = MEMORY");
         execute(connection, "BEGIN IMMEDIATE");
         SavePunch(host, environment, TriedBadge, host.Now(), 1);
@@ -293,11 +291,11 @@ void DatabaseCheck::tryPunch()
         checkBatch(batch);
     } else {
         say(Findings::Stopping,
-            withAdvice(u"A punch is refused: "_s + sentence(host.boxText), host.boxTitle.toInt()));
+            withAdvice(u"A punch is rejected: "_s + sentence(host.boxText), host.boxTitle.toInt()));
     }
 }
 
-/// `stored`: what has become of TriedBadge in the table.
+/// `stored`: TriedBadge as the table has stored it.
 void DatabaseCheck::checkBadge(const QVariant &stored)
 {
     const bool isText = stored.typeId() == QMetaType::QString;
@@ -306,9 +304,9 @@ void DatabaseCheck::checkBadge(const QVariant &stored)
     const QString reason =
         isText || stored.isNull()
             ? u"A trigger on RawDataDetails changes it."_s
-            : u"RawDataDetails.PersonalID is declared as a number: make a file by "
-              "%1 new, where it is VARCHAR(50), and copy the rows there."_s.arg(Console::program());
-    say(Findings::Wrong, u"A punch of badge %1 is stored for badge \"%2\". %3"_s.arg(
+            : u"RawDataDetails.PersonalID is declared as a number: make a file with "
+              "%1 new, where it is VARCHAR(50), and copy the rows to it."_s.arg(Console::program());
+    say(Findings::Wrong, u"A punch of badge %1 is stored as badge \"%2\". %3"_s.arg(
                              TriedBadge, stored.toString(), reason));
 }
 
@@ -319,30 +317,30 @@ void DatabaseCheck::checkBatch(const QVariant &batch)
                      "WHERE ID = ?1) FROM RawData WHERE ID = ?1"_s,
                      {batch});
     if (!counts.step()) {
-        say(Findings::Good, u"The next punch begins the batch %1."_s.arg(batch.toString()));
+        say(Findings::Good, u"The next punch starts batch %1."_s.arg(batch.toString()));
         return;
     }
     const QString counted = counts.value(0).toVariant().toString();
     const QString punches = counts.value(1).toVariant().toString();
-    const QString joins = u"The next punch joins the batch %1, "_s.arg(batch.toString());
+    const QString joins = u"The next punch joins batch %1, "_s.arg(batch.toString());
     if (counted == punches)
         say(Findings::Good, joins + u"which has %1 punches."_s.arg(punches));
     else
         say(Findings::Notable,
-            joins + u"which has %1 punches but \"%2\" as its "
-                    "RecordCount, which the clock only adds to."_s.arg(punches, counted));
+            joins + u"which has %1 punches but a RecordCount of "
+                    "\"%2\"; the clock only adds to it."_s.arg(punches, counted));
 }
 
 void DatabaseCheck::showLastPunch()
 {
-    // The table has no index for the day. A punch that was added by hand stands among those of
-    // another day, so all of the last rows are looked at and not only those up to another day's.
+    // The table has no index on the day. Punches added by hand are not in order of time, so this
+    // searches a fixed number of the last rows instead of stopping at the first of another day.
     constexpr int MostLookedAt = 10000;
     try {
         Statement last(m_reading, u"SELECT PersonalID, EventStatus, DateTime "
                                   "FROM RawDataDetails ORDER BY _rowid_ DESC LIMIT 1"_s);
         if (!last.step()) {
-            say(Findings::Good, u"No punch is stored yet."_s);
+            say(Findings::Good, u"No punches are stored yet."_s);
             return;
         }
         const QStringList ofToday =
@@ -350,44 +348,44 @@ void DatabaseCheck::showLastPunch()
                  "ORDER BY _rowid_ DESC LIMIT ?1) WHERE substr(DateTime, 1, 10) = ?2"_s,
                  {MostLookedAt, QDate::currentDate().toString(Qt::ISODate)});
         say(Findings::Good,
-            u"The last stored punch is of badge \"%1\", %2, at %3. Punches of today: "
+            u"The last stored punch is of badge \"%1\", %2, at %3. Punches today: "
             "%4."_s.arg(last.value(0).toVariant().toString(),
                         last.value(1).toVariant() == 1 ? u"Clock In"_s : u"Clock Out"_s,
                         last.value(2).toVariant().toString(), ofToday.value(0)));
     } catch (const Failure &failure) {
         say(Findings::Notable,
-            u"The last stored punch cannot be read: "_s + sentence(failure.description));
+            u"Cannot read the last stored punch: "_s + sentence(failure.description));
     }
 }
 
-/// Whether this user may write `path`, the database, and the journal beside it.
+/// Whether this user may write the database `path` and create a journal beside it.
 bool mayWrite(const QString &path, Findings &findings)
 {
-    // For the pages of two rows, and for a journal that holds as many.
+    // For the pages of two rows, and their copies in a journal.
     constexpr qint64 RoomForPunch = 65536;
 
     bool may = true;
     const QString folder = QFileInfo(path).path();
     for (const auto &[place, rights] : {std::pair(path, R_OK | W_OK), {folder, W_OK | X_OK}}) {
         if (const QString reason = whyInaccessible(place, rights); !reason.isEmpty()) {
-            findings.say(Findings::Stopping, u"%1 cannot be written: %2"_s.arg(place, reason));
+            findings.say(Findings::Stopping, u"Cannot write %1: %2"_s.arg(place, reason));
             may = false;
         }
     }
-    const QStorageInfo disk(folder); // which is not known everywhere
+    const QStorageInfo disk(folder); // invalid if the mount point is hidden
     if (disk.isValid() && disk.bytesAvailable() < RoomForPunch)
-        findings.say(Findings::Stopping, u"The disk is full, at %1."_s.arg(folder));
+        findings.say(Findings::Stopping, u"The disk that holds %1 is full."_s.arg(folder));
     else if (may)
-        findings.say(Findings::Good, u"It and its folder can be written."_s);
+        findings.say(Findings::Good, u"The database and its folder are writable."_s);
     return may;
 }
 
-/// Whether the file's head, in its version of the format for reading, asks for the mode WAL.
+/// Whether the read version in the file's header says that its journal mode is WAL.
 bool isWriteAheadLogged(const QString &path)
 {
     constexpr off_t ReadVersion = 19;
     char version = 0;
-    // Without waiting, for others may put a pipe in its place.
+    // Without blocking: another user may have put a pipe in its place.
     const FileDescriptor file(::open(QFile::encodeName(path).constData(),
                                      O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC));
     return file && ::pread(file.get(), &version, 1, ReadVersion) == 1 && version == 2;
@@ -405,19 +403,20 @@ void checkDatabase(const QString &file, Findings &findings)
         shown += u", a link to "_s + path;
     shown = u"The database is %1."_s.arg(shown);
 
-    // A folder that this user may not enter hides whether the file is there.
+    // Whether the file exists cannot be seen in a folder that this user may not enter.
     QString reason = whyInaccessible(QFileInfo(path).path(), X_OK);
     if (reason.isEmpty())
         reason = whyInaccessible(path, F_OK);
     if (!reason.isEmpty()) {
         findings.say(Findings::Stopping,
-                     shown + u" It cannot be reached: %1 Where there is none, %2 new "
-                             "makes one."_s.arg(reason, Console::program()));
+                     shown + u" Cannot access it: %1 If it does not exist, make it "
+                             "with %2 new."_s.arg(reason, Console::program()));
         return;
     }
     findings.say(Findings::Good, shown);
 
-    // The last to close a database in the mode WAL removes the files beside it, if it may write.
+    // Closing the last connection to a database in the mode WAL removes the two files beside it,
+    // but only a connection that may write does so.
     const bool isWritable = mayWrite(path, findings);
     const bool needsFiles = isWriteAheadLogged(path);
     if (isWritable || !needsFiles)

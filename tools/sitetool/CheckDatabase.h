@@ -5,14 +5,13 @@
 namespace Tavrel
 {
 
-/// Says what the clock will meet in the database that `file` names, itself or as a link, and
-/// whether it would store a punch there.
+/// Reports the state of the database `file`, which may be a link to it, and whether the clock would
+/// store a punch there.
 ///
-/// The facts are read by a connection that is open for reading alone. Then the clock's own
-/// SavePunch stores a punch in a transaction that is never committed, with its journal and its
-/// pages kept in memory: the file is locked for a moment, as by a punch, and not written. Only a
-/// database in SQLite's mode WAL gets the two files beside it that each opening makes, for as long
-/// as it is open.
+/// The facts are read through a read-only connection. Then the clock's own SavePunch stores a punch
+/// in a transaction that is rolled back, with its journal and pages kept in memory: the file is
+/// locked for a moment, as by a punch, but not written. In the mode WAL, SQLite creates its two
+/// files beside the database while it is open.
 void checkDatabase(const QString &file, Findings &findings);
 
 } // namespace Tavrel

@@ -32,8 +32,8 @@ namespace
 {
 
 constexpr char SetPortRight[] =
-    " Plug the reader in, set the link right, or choose another port under Options.";
-constexpr char SetRight[] = "Set it right under Options and press OK.";
+    " Plug the reader in, correct the link, or choose another port in Options.";
+constexpr char SetRight[] = "Correct it in Options and press OK.";
 
 void checkSettingsFile(Findings &findings)
 {
@@ -41,25 +41,25 @@ void checkSettingsFile(Findings &findings)
     const QFileInfo file(path);
     if (!file.exists() && !file.isSymLink()) {
         findings.say(Findings::Good,
-                     u"There is no %1 yet: each setting has its default."_s.arg(path));
+                     u"%1 does not exist yet: all settings have their defaults."_s.arg(path));
         return;
     }
     QFile content(path);
     QString wrong;
     if (!file.isFile())
-        wrong = u"is no file"_s;
+        wrong = u"not a regular file"_s;
     else if (!content.open(QIODevice::ReadOnly))
-        wrong = u"cannot be read by this user"_s;
+        wrong = u"not readable by this user"_s;
     else if (!content.readAll().isValidUtf8() ||
              QSettings(path, QSettings::NativeFormat).status() != QSettings::NoError)
-        wrong = u"is no ini file in UTF-8"_s;
+        wrong = u"not an INI file in UTF-8"_s;
 
     if (wrong.isEmpty())
         findings.say(Findings::Good, u"The settings are in %1."_s.arg(path));
     else
         findings.say(Findings::Notable,
-                     u"%1 %2: settings have their defaults, and Options cannot store "
-                     "any. Move it away."_s.arg(path, wrong));
+                     u"%1 is %2: all settings have their defaults, and Options cannot "
+                     "save any. Move it away."_s.arg(path, wrong));
 }
 
 QString shown(const UserSettings::Key &key)
@@ -68,8 +68,8 @@ QString shown(const UserSettings::Key &key)
                                     UserSettings::read(key));
 }
 
-/// The position stored under `key`, as the clock reads it; none where it cannot be read.
-/// `ifOutside`: what it means when `choices` have no such entry.
+/// Returns the position stored under `key`, as the clock reads it; none if it cannot be read.
+/// `ifOutside`: the weight of a position beyond `choices`.
 template <typename Entries>
 std::optional<std::int16_t> checkPosition(const UserSettings::Key &key, const Entries &choices,
                                           Findings::Weight ifOutside, Findings &findings)
@@ -80,18 +80,17 @@ std::optional<std::int16_t> checkPosition(const UserSettings::Key &key, const En
         const QString entry = Choices::entryAt(choices, *position);
         const bool isPlain = UserSettings::read(key) == QString::number(*position);
         findings.say(isPlain ? Findings::Good : Findings::Notable,
-                     shown(key) + (isPlain
-                                       ? u": %1."_s.arg(entry)
-                                       : u", which is taken for %1: %2. %3"_s.arg(*position).arg(
-                                             entry, QLatin1String(SetRight))));
+                     shown(key) + (isPlain ? u": %1."_s.arg(entry)
+                                           : u", which is read as %1: %2. %3"_s.arg(*position).arg(
+                                                 entry, QLatin1String(SetRight))));
     } catch (const Failure &) {
         findings.say(position ? ifOutside : Findings::Stopping,
-                     shown(key) + u", which stands for nothing. %1"_s.arg(QLatin1String(SetRight)));
+                     shown(key) + u", which is out of range. %1"_s.arg(QLatin1String(SetRight)));
     }
     return position;
 }
 
-/// A setting of the auto-switch, with the conversion that the clock reads it with.
+/// A setting of the auto-switch, and the conversion by which the clock reads it.
 struct SwitchSetting {
     UserSettings::Key key;
     void (*convert)(const QString &text);
@@ -110,15 +109,14 @@ void checkAutoSwitch(Findings &findings)
             findings.say(Findings::Good, shown(key) + u'.');
         } catch (const Failure &failure) {
             findings.say(Findings::Notable,
-                         shown(key) + u" (%1): the clock does not switch by itself "
-                                      "between Clock In and Clock Out. %2"_s.arg(
+                         shown(key) + u" (%1): the clock does not switch "
+                                      "automatically between Clock In and Clock Out. %2"_s.arg(
                                           failure.description, QLatin1String(SetRight)));
         }
     }
 }
 
-/// Whether the device is a terminal line that has hardware, as far as the system's list of devices
-/// says. The ends of pseudo-terminals are not in it.
+/// Whether the device is a pseudo-terminal, or a serial line with hardware according to /sys.
 bool isLine(const QString &path)
 {
     struct stat status = {};
@@ -128,14 +126,13 @@ bool isLine(const QString &path)
         return true;
     const QString device =
         u"/sys/dev/char/%1:%2"_s.arg(major(status.st_rdev)).arg(minor(status.st_rdev));
-    QFile hardware(device + u"/type"_s); // 0 where a port is only reserved
+    QFile hardware(device + u"/type"_s); // 0 for a port without hardware
     const bool isReserved =
         hardware.open(QIODevice::ReadOnly) && hardware.readAll().trimmed() == "0";
     return QFileInfo(device + u"/subsystem"_s).canonicalFilePath().endsWith(u"/tty") && !isReserved;
 }
 
-/// Why the clock could not open the device, and what to do about it if the clock is to use it;
-/// empty when it could.
+/// Why the clock could not open the device, and what to do about it if `isUsed`; empty if it could.
 QString whyUnusable(const QString &path, bool isUsed)
 {
     const QString setRight = isUsed ? QString::fromLatin1(SetPortRight) : QString();
@@ -161,15 +158,15 @@ void checkPort(int port, bool isUsed, const std::optional<LockHolder> &clock, Fi
     if (!reason.isEmpty())
         line += u' ' + reason;
     else if (holder && !isHeldByClock)
-        line += u" %1 has it."_s.arg(holder->name) +
-                (isUsed ? u" Close that, then open and close Options."_s : QString());
+        line += u" %1 is using it."_s.arg(holder->name) +
+                (isUsed ? u" Close that program, then open and close Options."_s : QString());
     else if (isUsed && clock && !holder)
         line += u" The running clock has not opened it: open and close Options."_s;
     else
         weight = Findings::Good;
     if (isHeldByClock)
-        line += u" The clock has it."_s;
-    findings.say(weight, isUsed ? line : line + u" The settings do not name it."_s);
+        line += u" The clock is using it."_s;
+    findings.say(weight, isUsed ? line : line + u" It is not selected."_s);
 }
 
 std::optional<LockHolder> runningClock()
@@ -186,7 +183,7 @@ std::optional<LockHolder> runningClock()
 void checkSettingsAndPorts(Findings &findings)
 {
     checkSettingsFile(findings);
-    // A port beyond those of the list may be there all the same; the others have no such way out.
+    // A port beyond those in the list may exist all the same; the other settings have no such case.
     const auto position =
         checkPosition(UserSettings::Comport, Choices::Ports, Findings::Notable, findings);
     checkPosition(UserSettings::BaudRate, Choices::BaudRates, Findings::Stopping, findings);

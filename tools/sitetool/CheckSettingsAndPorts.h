@@ -5,9 +5,8 @@
 namespace Tavrel
 {
 
-/// Says what the clock will meet on the way from a card to a badge number: the settings of this
-/// user, by the conversions that the clock reads them with, the ports, and whether a clock is
-/// running. The status of a device is asked for, never the device itself.
+/// Reports what the clock needs to read a card: this user's settings, converted as the clock does,
+/// the ports, and whether a clock is running. Looks only at the status of a device, never opens it.
 void checkSettingsAndPorts(Findings &findings);
 
 } // namespace Tavrel

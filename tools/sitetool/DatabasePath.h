@@ -5,13 +5,13 @@
 namespace Tavrel
 {
 
-/// The database that a command works on: `file`, or DatabaseFile in the program's folder where that
-/// is null.
+/// The path of the database that a command works on: `file`, or DatabaseFile in the program's
+/// folder if that is null.
 QString databasePath(const QString &file);
 
-/// The same for a database that a command makes. In an installed system, the name in the program's
-/// folder is a link to where the data are, which stays: the path is then that of the link's target,
-/// whether or not it exists.
+/// The same for a database that a command makes. Once installed, DatabaseFile in the program's
+/// folder is a link to the real file, and the result is the target of the link, whether or not it
+/// exists.
 QString newDatabasePath(const QString &file);
 
 } // namespace Tavrel

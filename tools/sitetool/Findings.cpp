@@ -18,9 +18,9 @@ struct Wording {
 /// In the order of Findings::Weight.
 constexpr Wording Wordings[] = {
     {"ok: ", "A swipe would be stored."},
-    {"note: ", "A swipe would be stored; the notes are worth a look."},
-    {"NOT CLEAR: ", "Whether a swipe would be stored cannot be seen."},
-    {"WRONG PUNCHES: ", "A swipe would be stored as another punch."},
+    {"note: ", "A swipe would be stored; see the notes."},
+    {"UNKNOWN: ", "It is unknown whether a swipe would be stored."},
+    {"WRONG PUNCHES: ", "A swipe would be stored wrongly."},
     {"STOPS PUNCHES: ", "A swipe would not be stored."},
 };
 

@@ -24,10 +24,10 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// The types of mdb-schema that a kind may have.
+/// The column types of mdb-schema that are accepted for a kind.
 struct KindTypes {
     QStringList types;
-    const char *words;
+    const char *description;
 };
 const KindTypes &typesOf(Kind kind)
 {
@@ -39,7 +39,7 @@ const KindTypes &typesOf(Kind kind)
     return All[static_cast<int>(kind)];
 }
 
-/// Null for a column that the clock does not use.
+/// Returns the entry for a column that the clock uses, otherwise null.
 const NeededColumn *neededAs(const OldTable &table, const OldColumn &column)
 {
     const auto isNamed = [](const QString &name, const char *wanted) {
@@ -65,22 +65,22 @@ void requireWhatTheClockNeeds(const std::vector<OldTable> &tables)
         if (!types.contains(&needed))
             throw NotDone{u"%1, which the clock needs, is missing."_s.arg(name)};
         if (!wanted.types.contains(types[&needed]))
-            throw NotDone{u"%1 has to hold %2."_s.arg(name, QLatin1String(wanted.words))};
+            throw NotDone{u"%1 must contain %2."_s.arg(name, QLatin1String(wanted.description))};
     }
 }
 
 bool isMoment(const QString &text)
 {
-    // Date and time apart: as a local time, daylight saving might leave it out.
+    // Separately, as daylight saving may skip the two together as a local time.
     return QDate::fromString(text.section(u' ', 0, 0), u"yyyy-MM-dd").isValid() &&
            QTime::fromString(text.section(u' ', 1), u"HH:mm:ss").isValid();
 }
 
-/// The value as it is stored; none when it does not fit the column.
+/// Returns the value to store; none if it does not fit the column.
 std::optional<Value> storedValue(const OldColumn &column, const NeededColumn *needed,
                                  const QJsonValue &value)
 {
-    // mdbtools cuts texts between two characters to fewer bytes of UTF-8 than 200,000.
+    // mdbtools truncates texts, at the end of a character, to less than 200,000 bytes of UTF-8.
     constexpr qsizetype ShortestCutText = 199'997;
 
     const bool isInteger = column.type == u"INTEGER";
@@ -107,20 +107,20 @@ std::optional<Value> storedValue(const OldColumn &column, const NeededColumn *ne
     return {};
 }
 
-/// Prints a line of the report: names to the left, numbers to the right.
+/// Prints a line of the report, with names aligned left and numbers right.
 void print(const QString &name, const QString &before, const QString &after, qsizetype nameWidth)
 {
     Console::say(name.leftJustified(nameWidth) + before.rightJustified(22) +
                  after.rightJustified(18));
 }
 
-qint64 takeTable(const OldDatabase &old, const OldTable &table, MemoryDatabase &database)
+qint64 importTable(const OldDatabase &old, const OldTable &table, MemoryDatabase &database)
 {
     std::vector<const NeededColumn *> needed;
     QStringList columns;
     for (const OldColumn &column : table.columns) {
         needed.push_back(neededAs(table, column));
-        // The clock writes and looks up badge numbers as texts, so numbers have to become texts.
+        // The clock writes and looks up badge numbers as text, so numbers become text.
         const bool isBadge = needed.back() && needed.back()->kind == Kind::Badge;
         columns += quotedName(column.name) + u' ' + (isBadge ? u"TEXT"_s : column.type.toUpper());
     }
@@ -136,9 +136,9 @@ qint64 takeTable(const OldDatabase &old, const OldTable &table, MemoryDatabase &
         ++rows;
         const auto fail = [&](const QString &column, const QJsonValue &value) {
             constexpr qsizetype MostShown = 100;
-            throw NotDone{u"table \"%1\", column \"%2\", row %3: \"%4\" cannot be "
-                          "imported."_s.arg(table.name, column, QString::number(rows),
-                                            value.toVariant().toString().left(MostShown))};
+            throw NotDone{u"table \"%1\", column \"%2\", row %3: unexpected value "
+                          "\"%4\"."_s.arg(table.name, column, QString::number(rows),
+                                          value.toVariant().toString().left(MostShown))};
         };
         for (std::size_t i = 0; i < values.size(); ++i) {
             const OldColumn &column = table.columns[i];
@@ -154,7 +154,7 @@ qint64 takeTable(const OldDatabase &old, const OldTable &table, MemoryDatabase &
     });
 }
 
-void takeOver(const OldDatabase &old, MemoryDatabase &database)
+void importTables(const OldDatabase &old, MemoryDatabase &database)
 {
     const auto [tables, linkedTables] = old.catalogue();
     requireWhatTheClockNeeds(tables);
@@ -162,16 +162,16 @@ void takeOver(const OldDatabase &old, MemoryDatabase &database)
     qsizetype nameWidth = 0;
     for (const OldTable &table : tables)
         nameWidth = std::max(nameWidth, table.name.size());
-    print(u"Table"_s, u"rows in the old file"_s, u"rows taken over"_s, nameWidth);
+    print(u"Table"_s, u"rows in the old file"_s, u"rows imported"_s, nameWidth);
 
     database.run("BEGIN");
     for (const OldTable &table : tables) {
-        const QString rows = QString::number(takeTable(old, table, database));
+        const QString rows = QString::number(importTable(old, table, database));
         print(table.name, rows, rows, nameWidth);
     }
     for (const QString &name : linkedTables)
         print(name, u"in another file"_s, u"none"_s, nameWidth);
-    // What the clock looks for at a swipe. No old table has a point in its name.
+    // For the clock's queries at a swipe. Names in the old file cannot contain a period.
     database.run("CREATE INDEX `RawData.DownloadResult` ON RawData (DownloadResult);"
                  "CREATE INDEX `Employee.PersonalID` ON Employee (PersonalID);"
                  "COMMIT");
@@ -183,12 +183,11 @@ int importOld(const QStringList &arguments)
 {
     const QString &oldFile = arguments[0];
     NamelessFile file(newDatabasePath(arguments.value(1)));
-    const OldDatabase old(oldFile);
     MemoryDatabase database;
     try {
-        takeOver(old, database);
+        importTables(OldDatabase(oldFile), database);
     } catch (const NotDone &notDone) {
-        throw NotDone{u"%1 is not imported: %2"_s.arg(oldFile, notDone.why)};
+        throw NotDone{u"Cannot import \"%1\": %2"_s.arg(oldFile, notDone.why)};
     }
     file.write(database.bytes());
     file.publish();

@@ -36,8 +36,8 @@ std::optional<LockHolder> lockHolder(const QString &path)
         QString::asprintf("%02x:%02x:%llu", major(status.st_dev), minor(status.st_dev),
                           static_cast<qulonglong>(status.st_ino));
 
-    // As in "1: FLOCK  ADVISORY  WRITE 6814 00:06:92 0 EOF"; of one that still waits for its lock
-    // the second field is an arrow.
+    // As in "1: FLOCK  ADVISORY  WRITE 6814 00:06:92 0 EOF". The second field is "->" for a
+    // process that still waits for the lock.
     enum Field { Number, Kind, Mandatory, Access, Process, File };
     for (const QString &line : QString::fromLatin1(locks.readAll()).split(u'\n')) {
         const QStringList fields = line.simplified().split(u' ');

@@ -7,15 +7,15 @@
 namespace Tavrel
 {
 
-/// A process that holds a file by flock(2), as the clock holds its port and its claim to run.
+/// A process that holds a file locked by flock(2), as the clock does its port and its lock file.
 struct LockHolder {
-    qint64 process; ///< 0 when the system does not show which it is
-    QString name;   ///< of the program, in words that name the process too
+    qint64 process; ///< 0 if it is hidden
+    QString name;   ///< the program and the process, for a message
 };
 
-/// Who holds the file or device at `path`; none when nobody does. The system's list of locks is
-/// asked, so the file is neither opened nor locked: a serial line stays as it is, and a clock that
-/// starts at this moment meets no lock.
+/// Returns the process that has locked the file or device at `path`, if any. Reads /proc/locks and
+/// neither opens nor locks the file: a serial line is left unchanged, and a clock that starts at
+/// this moment does not find it locked.
 std::optional<LockHolder> lockHolder(const QString &path);
 
 } // namespace Tavrel

@@ -91,7 +91,7 @@ void MemoryDatabase::insert(const std::vector<Value> &row)
 void MemoryDatabase::check(int result) const
 {
     if (result != SQLITE_OK)
-        throw NotDone{u"The new database cannot be written: %1."_s.arg(
+        throw NotDone{u"Cannot write the new database: %1."_s.arg(
             QString::fromUtf8(sqlite3_errmsg(m_database.get())))};
 }
 

@@ -13,21 +13,21 @@ struct sqlite3_stmt;
 namespace Tavrel
 {
 
-/// A value as SQLite stores it: Null, a whole number, a number, a text or bytes.
+/// A value as SQLite stores it: Null, an integer, a real number, text or bytes.
 using Value = std::variant<std::monostate, qint64, double, QString, QByteArray>;
 
-/// A new database, in memory, of 2 GiB at the most. Every failure is a NotDone with SQLite's words.
+/// A new database in memory, of at most 2 GiB. Every failure is a NotDone with SQLite's message.
 class MemoryDatabase
 {
 public:
     MemoryDatabase();
 
-    /// The database as a file holds it, for as long as nothing more is run or inserted.
+    /// The contents of a database file. Valid until the next run() or insert().
     QByteArray bytes() const;
 
     void run(const QByteArray &sql);
 
-    /// Makes `statement` the one that insert() runs.
+    /// Prepares the statement that insert() runs.
     void prepareInsert(const QByteArray &statement);
     void insert(const std::vector<Value> &row);
 

@@ -23,8 +23,9 @@ namespace
 {
     const int error = errno;
     if (error == EEXIST)
-        throw NotDone{u"%1 exists already and is left as it is."_s.arg(target)};
-    throw NotDone{u"%1 cannot be made: %2."_s.arg(target, QString::fromLocal8Bit(strerror(error)))};
+        throw NotDone{u"Cannot create \"%1\": it already exists."_s.arg(target)};
+    throw NotDone{
+        u"Cannot create \"%1\": %2."_s.arg(target, QString::fromLocal8Bit(strerror(error)))};
 }
 
 } // namespace
@@ -64,11 +65,11 @@ void NamelessFile::publish()
 {
     const QByteArray file = "/proc/self/fd/" + QByteArray::number(m_file.get());
     const QByteArray name = QFile::encodeName(QFileInfo(m_target).fileName());
-    // Unlike a rename, a link never replaces what has the name.
+    // Unlike rename(), linkat() never replaces an existing file.
     if (::fsync(m_file.get()) != 0 || ::linkat(AT_FDCWD, file.constData(), m_folder.get(),
                                                name.constData(), AT_SYMLINK_FOLLOW) != 0)
         failToMake(m_target);
-    // Not every file system syncs folders; the file's own bytes are safe.
+    // Its result is ignored: not every file system can sync a folder, and the contents are safe.
     ::fsync(m_folder.get());
 }
 

@@ -8,26 +8,25 @@
 namespace Tavrel
 {
 
-/// A file without a name in the folder of its target, which gets its name only when it is whole.
-/// Others who may write the folder have nothing to put in its way, and however the program ends
-/// nothing is left of it. Whatever has the name already stays as it is, a link that points
-/// nowhere included.
+/// A file without a name in the folder of its target. It gets its name only once it is complete, so
+/// other users who may write the folder cannot replace it by a link before that, and it disappears
+/// if the program ends. An existing file is never replaced, nor is a dangling link.
 class NamelessFile
 {
 public:
-    /// Makes the file, empty, with the permissions that the umask gives; in a folder that shares
-    /// its files with a group (set-group-ID), that group may write it whatever the umask is, and
-    /// others may not read it. Throws NotDone when the name is taken, or when the folder, or its
-    /// file system, takes no such file.
+    /// Creates an empty file with the permissions that the umask allows. In a folder with the
+    /// set-group-ID bit, the group may write it whatever the umask is, and others may not read it.
+    /// Throws NotDone if the name is in use, or if the folder or its file system does not support
+    /// such a file.
     explicit NamelessFile(const QString &target);
 
     const QString &target() const { return m_target; }
 
-    /// Appends `bytes`. Throws NotDone when they cannot be written.
+    /// Appends `bytes`. Throws NotDone if they cannot be written.
     void write(const QByteArray &bytes);
 
-    /// Gives the file its name once its bytes are on the disk. Throws NotDone when they cannot be
-    /// brought there, or when the name has been taken meanwhile.
+    /// Writes the contents through to the disk, then gives the file its name. Throws NotDone if
+    /// that fails, or if the name has come into use.
     void publish();
 
 private:

@@ -5,7 +5,7 @@ namespace Tavrel
 
 enum class Kind { Whole, Moment, Text, Badge };
 
-/// What the clock needs of the tables that it uses.
+/// A column that the clock needs.
 struct NeededColumn {
     const char *table;
     const char *column;

@@ -5,8 +5,8 @@
 namespace Tavrel
 {
 
-/// Thrown where a command cannot do what it was asked for: why, in words for the site's owner, one
-/// sentence without the program's name.
+/// Thrown if a command fails. `why` is one sentence for the site's owner, without the program's
+/// name.
 struct NotDone {
     QString why;
 };

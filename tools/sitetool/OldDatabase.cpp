@@ -20,7 +20,7 @@ namespace Tavrel
 using namespace Qt::StringLiterals;
 
 OldDatabase::OldDatabase(const QString &path, std::chrono::milliseconds silence)
-    : m_path(QFileInfo(path).absoluteFilePath()), // which no program takes for an option
+    : m_path(QFileInfo(path).absoluteFilePath()), // cannot be mistaken for an option
       m_silence(silence)
 {
     constexpr qsizetype VersionAt = 20;
@@ -28,21 +28,21 @@ OldDatabase::OldDatabase(const QString &path, std::chrono::milliseconds silence)
     constexpr qint64 PageSize = 4096;
     const auto require = [&](bool holds, const QString &what) {
         if (!holds)
-            throw NotDone{path + u' ' + what};
+            throw NotDone{what};
     };
 
     QFile file(path);
-    // Anything else that can be opened might keep the reader waiting.
-    require(!file.exists() || QFileInfo(path).isFile(), u"is not a file."_s);
+    // Reading from anything else might block.
+    require(!file.exists() || QFileInfo(path).isFile(), u"not a regular file."_s);
     const bool isOpen = file.open(QIODevice::ReadOnly);
-    require(isOpen, u"cannot be read: %1."_s.arg(file.errorString()));
+    require(isOpen, file.errorString() + u'.');
     const QByteArray head = file.read(VersionAt + 1);
     const QByteArray mark = head.mid(4, 15);
     require(head.size() > VersionAt && (mark == "Standard Jet DB" || mark == "Standard ACE DB"),
-            u"is not a Jet or Access database."_s);
+            u"not a Jet or Access database."_s);
     m_size = file.size();
     require(m_size % (head[VersionAt] == 0 ? Jet3PageSize : PageSize) == 0,
-            u"does not end with a whole page: its end is missing."_s);
+            u"the last page is incomplete, so the end of the file is missing."_s);
 }
 
 OldDatabase::Catalogue OldDatabase::catalogue() const
@@ -90,20 +90,21 @@ qint64 OldDatabase::readRows(const QString &table,
             QJsonParseError error;
             const QJsonDocument row = QJsonDocument::fromJson(line, &error);
             if (!row.isObject())
-                throw NotDone{u"table \"%1\", row %2 cannot be read: %3."_s.arg(
+                throw NotDone{u"table \"%1\", row %2: invalid JSON from mdb-json: %3."_s.arg(
                     table, QString::number(rows), error.errorString())};
             take(row.object());
         });
     if (rows != count)
-        throw NotDone{u"table \"%1\" is damaged: it should have %2 rows, and %3 "
-                      "were found."_s.arg(table, QString::number(count), QString::number(rows))};
+        throw NotDone{u"table \"%1\" is damaged: expected %2 rows, found %3."_s.arg(
+            table, QString::number(count), QString::number(rows))};
     return rows;
 }
 
 void OldDatabase::run(const QString &program, const QStringList &arguments,
                       const std::function<void(const QByteArray &line)> &take) const
 {
-    constexpr qint64 MostGrowth = 1000; // for each bit of yes or no, the column's name is printed
+    constexpr qint64 MostGrowth =
+        1000; // mdb-json prints the column's name for each bit of a Yes/No
     constexpr qint64 LongestLine = qint64{64} << 20;
     constexpr qint64 LongestComplaint = 500;
     const auto require = [&](bool holds, const QString &what) {
@@ -121,14 +122,14 @@ void OldDatabase::run(const QString &program, const QStringList &arguments,
     process.setProcessEnvironment(environment);
     process.setChildProcessModifier([] {
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-        // A damaged chain of pages makes the programs collect bytes for ever.
+        // On a circular chain of pages the programs allocate memory without end.
         constexpr rlimit MostMemory = {rlim_t{1} << 30, rlim_t{1} << 30};
         ::setrlimit(RLIMIT_AS, &MostMemory);
     });
-    // Once it complains, nothing else that it says is used.
+    // After any error message the rest of its output is not used.
     QObject::connect(&process, &QProcess::readyReadStandardError, &process, &QProcess::kill);
     process.start(program, arguments, QIODevice::ReadOnly);
-    require(process.waitForStarted(), u"cannot be started. Install the package mdbtools."_s);
+    require(process.waitForStarted(), u"cannot be started; install the package mdbtools."_s);
 
     const auto silence = static_cast<int>(m_silence.count());
     qint64 taken = 0;
@@ -140,13 +141,13 @@ void OldDatabase::run(const QString &program, const QStringList &arguments,
         }
         require(process.bytesAvailable() <= LongestLine &&
                     taken + process.bytesAvailable() <= m_size * MostGrowth,
-                u"prints more than the file can hold: it is damaged."_s);
+                u"prints more than the file can contain: the file is damaged."_s);
     }
     const bool isEnded =
         process.state() == QProcess::NotRunning || process.waitForFinished(silence);
     process.setReadChannel(QProcess::StandardError);
     const QByteArray complaint = process.readLine(LongestComplaint);
-    require(complaint.isEmpty(), u"says \"%1\": the file is damaged or encrypted."_s.arg(
+    require(complaint.isEmpty(), u"reports \"%1\": the file is damaged or encrypted."_s.arg(
                                      QString::fromUtf8(complaint.trimmed())));
     require(isEnded, u"timed out: the file is damaged."_s);
     require(process.exitStatus() == QProcess::NormalExit, u"crashed: the file is damaged."_s);

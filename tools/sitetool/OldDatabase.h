@@ -21,25 +21,25 @@ struct OldTable {
 };
 
 /// A database of Microsoft Jet 3 or later, read by the programs of mdbtools. On a damaged file they
-/// may crash, hang, print without end or only mutter. So every function but the constructor throws
-/// NotDone when a program is not installed, says anything on standard error, ends in any way but
-/// with status 0, prints more than the file can hold, or prints nothing for the time `silence`.
+/// may crash, hang, print without end or only warn. So every function but the constructor throws
+/// NotDone if a program is not installed, prints anything to standard error, does not exit with
+/// status 0, prints more than the file can contain, or prints nothing for the time `silence`.
 class OldDatabase
 {
 public:
-    /// Throws NotDone when the file cannot be read, has another format or ends within a page.
+    /// Throws NotDone if the file cannot be read, has a different format or ends within a page.
     explicit OldDatabase(const QString &path,
                          std::chrono::milliseconds silence = std::chrono::seconds(30));
 
     struct Catalogue {
-        std::vector<OldTable> tables; ///< all but the engine's own
-        QStringList linkedTables;     ///< in other files
+        std::vector<OldTable> tables; ///< all except the engine's own
+        QStringList linkedTables;     ///< links to tables in other files
     };
     Catalogue catalogue() const;
 
-    /// Calls `take` with each row of the table, which has no element for a value that is Null and
-    /// none for an empty text. Bytes are {"$binary": BASE64}, and so are the characters of a GUID.
-    /// Returns the number of rows; throws NotDone when the file says that there are more or fewer.
+    /// Calls `take` with each row of the table, which lacks the columns whose value is Null or an
+    /// empty text. Bytes are {"$binary": BASE64}, and so are the characters of a GUID. Returns the
+    /// number of rows; throws NotDone if it differs from the file's own count.
     qint64 readRows(const QString &table,
                     const std::function<void(const QJsonObject &row)> &take) const;
 

@@ -31,7 +31,7 @@ QString groupName(gid_t id)
     return group ? QString::fromLocal8Bit(group->gr_name) : QString::number(id);
 }
 
-/// Whether this user will be in the group from the next login on.
+/// Whether this user will be in the group after the next login.
 bool isEntered(gid_t wanted)
 {
     const passwd *user = ::getpwuid(::getuid());
@@ -44,7 +44,7 @@ bool isEntered(gid_t wanted)
     return std::ranges::find(groups, wanted) != groups.end();
 }
 
-/// To whom a thing belongs that this user may not use, and how to come by the right.
+/// Who owns a file that this user may not use, and how to get access.
 QString remedy(const struct stat &status, mode_t rights)
 {
     constexpr mode_t Permissions = 07777;
@@ -55,10 +55,11 @@ QString remedy(const struct stat &status, mode_t rights)
     const mode_t groupRights = rights << 3;
     if (status.st_uid == ::getuid() || status.st_gid == 0 ||
         (status.st_mode & groupRights) != groupRights)
-        return belongs + u" That leaves %1 out: the administrator gives it to a group by %2."_s.arg(
-                             user, S_ISCHR(status.st_mode)
-                                       ? u"a udev rule, GROUP=\"dialout\", MODE=\"0660\""_s
-                                       : u"chgrp and chmod"_s);
+        return belongs +
+               u" That excludes %1: the administrator can give it to a group with %2."_s.arg(
+                   user, S_ISCHR(status.st_mode)
+                             ? u"a udev rule, GROUP=\"dialout\", MODE=\"0660\""_s
+                             : u"chgrp and chmod"_s);
     if (isEntered(status.st_gid))
         return belongs + u" %1 is in that group, but not yet in this session: log "
                          "out and in again."_s.arg(user);

@@ -5,9 +5,9 @@
 namespace Tavrel
 {
 
-/// Why this user may not use what lies at `path` in the ways that `rights` names (R_OK, W_OK and
-/// X_OK of access(2)): the reason in words; where the rights are lacking, also to whom it belongs
-/// and how this user comes by them. Empty when the user may. Nothing is opened.
+/// Returns why this user lacks `rights` (R_OK, W_OK and X_OK of access(2), or F_OK) to the file at
+/// `path`, and if permission is denied, also who owns the file and how to get access. Empty if the
+/// user has them. Does not open the file.
 QString whyInaccessible(const QString &path, int rights);
 
 } // namespace Tavrel

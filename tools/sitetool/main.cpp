@@ -25,22 +25,22 @@ namespace
 {
 
 constexpr char Description[] =
-    "Looks after the time database of a site.\n\n"
+    "Makes, imports and checks the time database of a site.\n\n"
     "Commands:\n"
     "  new [FILE]             make an empty database with the tables that the clock uses\n"
     "  import OLD.mdb [FILE]  make a database with all tables of a Jet 3 or Jet 4 database, or of\n"
-    "                         a later Access file, which is only read\n"
-    "  check [FILE]           say what the clock will meet in the database, the settings of this\n"
-    "                         user and the ports, whether it runs and would store a swipe, and\n"
-    "                         which punch was stored last. Nothing is changed and no port is\n"
-    "                         opened, so a rate or parity that the port does not take is not "
-    "seen\n\n"
-    "FILE is Orvanta.mdb in the program's folder unless named. A file that exists is never\n"
-    "replaced. The status is 0 when it is done, or when check finds that a swipe would be stored;\n"
-    "1 when it is not, 2 when the command is not understood.";
+    "                         a later Access file, which is not changed\n"
+    "  check [FILE]           check the database, this user's settings and the ports; report\n"
+    "                         whether the clock is running and would store a swipe, and which\n"
+    "                         punch was stored last. Changes nothing and opens no port, so it\n"
+    "                         cannot detect a rate or parity that the port does not support\n\n"
+    "The default FILE is Orvanta.mdb in the program's folder. An existing file is never replaced.\n"
+    "The exit status is 0 on success, and from check if a swipe would be stored; otherwise 1, or "
+    "2\n"
+    "if the command line is invalid.";
 
 /// `sitetool new [FILE]`: makes an empty database with the tables that the clock uses. Throws
-/// NotDone, with nothing made, when it cannot.
+/// NotDone, and makes nothing, if that fails.
 int makeNew(const QStringList &arguments)
 {
     QFile schema(u":/store/schema.sql"_s);
@@ -56,11 +56,10 @@ int makeNew(const QStringList &arguments)
     return Console::Succeeded;
 }
 
-/// `sitetool check [FILE]`: says what the clock will meet, a line for each finding, and whether it
-/// would store a swipe; returns Succeeded when it would. It changes nothing: no file is made or
-/// written, no lock is left, and no serial line is opened, for the first opening of a line raises
-/// DTR and may start or wake the reader. So what only an opening shows is left to the clock:
-/// whether a line can be set to the wanted rate and parity.
+/// `sitetool check [FILE]`: prints a line for each finding and whether the clock would store a
+/// swipe; returns Succeeded if it would. Leaves no file changed and nothing locked, and opens no
+/// serial line, because opening one raises DTR, which may reset the reader. So it cannot check
+/// whether the line supports the rate and parity.
 int check(const QStringList &arguments)
 {
     Findings findings;
@@ -75,8 +74,7 @@ constexpr std::array Commands{
     Console::Command{"check", 0, 1, "at most one FILE"},
 };
 
-/// In the order of Commands. Each takes its arguments without its own name and returns the status
-/// of the program.
+/// In the order of Commands. Each takes the arguments after its name and returns the exit status.
 constexpr std::array Actions{makeNew, importOld, check};
 
 } // namespace

@@ -32,8 +32,8 @@ QList<ReaderProtocol::Reply> ReaderProtocol::receive(const QByteArray &bytes)
     return replies;
 }
 
-/// The first whole request among what was received. Commands go by their length, for any byte
-/// may stand in them; what lies before STX is noise.
+/// Removes the first complete request from the bytes received. Commands are recognised by their
+/// length, as they may contain any byte; bytes before STX are noise.
 std::optional<QByteArray> ReaderProtocol::takeRequest()
 {
     m_received.remove(0, m_received.contains(Stx) ? m_received.indexOf(Stx) : m_received.size());
@@ -80,7 +80,7 @@ ReaderProtocol::Reply ReaderProtocol::replyTo(const QByteArray &request)
     return reply;
 }
 
-/// `accepted`, or what is answered in its place.
+/// Returns `accepted`, or what `manner` answers instead.
 QByteArray ReaderProtocol::answer(const QByteArray &accepted) const
 {
     switch (manner) {

@@ -9,31 +9,31 @@
 namespace Tavrel
 {
 
-/// The reader's side of the protocol: takes written cards and commands and answers them, and has
-/// one card at hand, which is the one that was written last.
+/// The reader's side of the protocol: receives cards to write and commands, answers them, and keeps
+/// the card written last.
 class ReaderProtocol
 {
 public:
-    /// How requests are answered. Late comes when SetBaudRate_BCC has given up and DownloadCommand
-    /// no longer takes an answer.
+    /// How requests are answered. A Late answer arrives after SetBaudRate_BCC has given up, while
+    /// DownloadCommand still waits but no longer accepts it.
     enum class Manner { Accept, Nak, NoCard, OneByte, Late, Never };
 
     struct Reply {
-        QByteArray request; ///< the whole frame that is replied to
+        QByteArray request; ///< the complete frame that is answered
         QByteArray answer;  ///< empty for none
         bool late = false;
-        QString event; ///< what was asked for, in words
+        QString event; ///< describes the request
     };
 
-    /// Whether written frames carry a block check byte; one that is wrong is answered with NAK.
-    /// The parameter command changes it.
+    /// Whether frames to write carry a block check byte; a wrong one is answered with NAK. The
+    /// parameter command changes it.
     bool blockCheck = false;
     Manner manner = Manner::Accept;
 
-    /// Takes bytes from the line, cut anywhere, and replies to each request that they end.
+    /// Takes bytes from the line, in pieces of any size, and replies to each request completed.
     QList<Reply> receive(const QByteArray &bytes);
 
-    /// The frame that swiping the card at hand sends; one without tracks until one was written.
+    /// The frame that a swipe of the card written last sends; without tracks if none was written.
     QByteArray card() const { return m_card; }
 
 private:

@@ -31,7 +31,7 @@ VirtualReader::VirtualReader()
     Failure::unless(::ptsname_r(m_reader.get(), name.data(), name.size()) == 0);
     m_device = QFile::decodeName(name.data());
 
-    // Raw from the start: a line that nobody has opened yet must not echo.
+    // Raw from the start: the line must not echo before a clock opens it.
     m_clockSide = FileDescriptor(::open(name.data(), O_RDWR | O_NOCTTY | O_CLOEXEC));
     Failure::unless(bool(m_clockSide));
     termios line = {};
@@ -53,10 +53,9 @@ void VirtualReader::linkAt(const QString &path)
     if (::symlink(QFile::encodeName(m_device), QFile::encodeName(path)) != 0) {
         const QString why = Failure::ofSystem(errno).description;
         const QFileInfo folder(QFileInfo(path).absolutePath());
-        throw Failure(
-            Failure::PathFileAccess,
-            u"cannot make the link %1: %2"_s.arg(
-                path, folder.exists() ? why : u"there is no folder "_s + folder.filePath()));
+        throw Failure(Failure::PathFileAccess,
+                      u"cannot create the link \"%1\": %2"_s.arg(
+                          path, folder.exists() ? why : u"no folder "_s + folder.filePath()));
     }
     m_link = path;
 }

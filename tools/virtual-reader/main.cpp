@@ -24,16 +24,16 @@ namespace
 using namespace Console;
 
 constexpr char Description[] =
-    "A card reader without hardware, at the far end of a pseudo-terminal.\n\n"
-    "Each line of the standard input is a swipe: a badge number goes on track 2; a line that\n"
-    "begins with %, ; or + spells its tracks, as in %ANN;1001+7; an empty line swipes the card\n"
-    "that was written last. Bytes for which a line that nobody reads has no room are dropped.\n"
-    "The end of the input, Ctrl-C or a signal pulls the reader out.\n\n"
-    "A line that begins with ! sets how the reader answers from now on, or breaks off a swipe:\n"
-    "  !answer MANNER          as the option --answer\n"
-    "  !block-check on|off     as the option --block-check\n"
+    "Simulates a card reader on a pseudo-terminal.\n\n"
+    "Each line of standard input is a swipe: a badge number goes on track 2; a line that begins\n"
+    "with %, ; or + lists its tracks, as in %ANN;1001+7; an empty line swipes the card written\n"
+    "last. If no program reads the line, bytes that do not fit into its buffer are dropped. The\n"
+    "end of input, Ctrl-C or a signal unplugs the reader.\n\n"
+    "A line that begins with ! sets how the reader answers from now on, or cuts a swipe short:\n"
+    "  !answer MANNER          like the option --answer\n"
+    "  !block-check on|off     like the option --block-check\n"
     "  !begin LINE             sends the swipe of LINE without its last two bytes\n\n"
-    "The status is 0 on success, 1 on failure, 2 when the command line is not understood.";
+    "The exit status is 0 on success, 1 on failure, 2 if the command line is invalid.";
 
 struct MannerName {
     const char *name;
@@ -49,7 +49,7 @@ constexpr std::array Manners{
     MannerName{"never", ReaderProtocol::Manner::Never},
 };
 
-/// Between the eleventh and the sixteenth look that a command's sender takes for its answer.
+/// Between the 11th and the 16th of the driver's polls for the answer to a command.
 constexpr std::chrono::milliseconds LateAnswer{1450};
 
 std::optional<ReaderProtocol::Manner> mannerOf(const QString &name)
@@ -88,7 +88,7 @@ private:
     void send(const QByteArray &bytes)
     {
         if (const qsizetype dropped = bytes.size() - m_reader.send(bytes); dropped > 0)
-            complain(u"nobody reads the line: %1 of %2 bytes are dropped"_s.arg(dropped).arg(
+            complain(u"no program reads the line: %1 of %2 bytes dropped"_s.arg(dropped).arg(
                 bytes.size()));
     }
 
@@ -127,11 +127,11 @@ private:
         else if (command.startsWith(u"!begin "))
             send(swipeFrame(line.section(u' ', 1)).chopped(2));
         else
-            complain(u"not understood: "_s + line);
+            complain(u"Invalid command \"%1\"; expected for example !answer nak."_s.arg(line));
     }
 
     ReaderProtocol m_protocol;
-    EndRequests m_endRequests; ///< outlives the reader, so that nothing cuts off its tidying up
+    EndRequests m_endRequests; ///< outlives the reader, so that no signal interrupts its clean-up
     VirtualReader m_reader;
     QSocketNotifier m_asked{m_reader.descriptor(), QSocketNotifier::Read};
     QSocketNotifier m_typed{STDIN_FILENO, QSocketNotifier::Read};
@@ -153,25 +153,28 @@ int main(int argc, char *argv[])
     parser.setApplicationDescription(QString::fromLatin1(Description));
     const QCommandLineOption link(
         u"link"_s,
-        u"Link to the reader's device, for example the COM1 in a clock's settings "
-        "folder."_s,
+        u"Create this link to the reader's device, for example COM1 in a clock's "
+        "settings folder."_s,
         u"path"_s);
     const QCommandLineOption blockCheck(u"block-check"_s,
-                                        u"Expect a block check byte in what is written."_s);
+                                        u"Expect a block check byte in frames to write."_s);
     const QCommandLineOption answer(u"answer"_s,
-                                    u"Answer by accept, nak, 29, one-byte, late or never."_s,
+                                    u"Answer with accept, nak, 29, one-byte, late or never. "
+                                    "Default: accept."_s,
                                     u"manner"_s, u"accept"_s);
     parser.addOptions({link, blockCheck, answer});
 
     if (const QString mistake = parse(parser); !mistake.isEmpty())
         return refuse(mistake);
     if (!parser.positionalArguments().isEmpty())
-        return refuse(u"There are no arguments but the options."_s);
+        return refuse(u"Unexpected argument \"%1\"."_s.arg(parser.positionalArguments()[0]));
     const auto manner = mannerOf(parser.value(answer).toLower());
     if (!manner)
-        return refuse(u"%1 is no manner of answering."_s.arg(parser.value(answer)));
+        return refuse(
+            u"Invalid --answer \"%1\"; expected accept, nak, 29, one-byte, late or never."_s.arg(
+                parser.value(answer)));
     if (parser.value(link).isEmpty())
-        return refuse(u"--link is missing, with the path of the link to make."_s);
+        return refuse(u"Missing --link; expected for example --link ~/.config/Tavrel/COM1."_s);
 
     ReaderProtocol protocol;
     protocol.blockCheck = parser.isSet(blockCheck);

@@ -9,8 +9,8 @@
 
 using namespace Tavrel;
 
-/// A site of its own for each row: the sample's database, a reader on COM1, and this process in the
-/// place of the clock, with the clock's lock and the port.
+/// Each row has its own site: the sample database, a reader on COM1, and this process acting as the
+/// clock, with its lock and the port.
 class TestCheck : public QObject
 {
     Q_OBJECT
@@ -23,56 +23,56 @@ private Q_SLOTS:
         const QByteArray employees =
             "DROP TABLE Employee; CREATE TABLE Employee (PersonalID, Name);";
         Table<QByteArray, int, QString> row("sql", "status", "line");
-        row("healthy", "", 0, "ok: The next punch begins the batch 0.");
+        row("healthy", "", 0, "ok: The next punch starts batch 0.");
         row("WAL", "PRAGMA journal_mode = WAL", 0, "ok: The journal mode is wal.");
         row("joined", punches + "INSERT INTO RawData VALUES (4, 1, 1, 'MSR')", 0,
-            "ok: The next punch joins the batch 4, which has 1 punches.");
+            "ok: The next punch joins batch 4, which has 1 punches.");
         row("count", punches + "INSERT INTO RawData VALUES (4, 7, 1, 'MSR')", 0,
-            "note: The next punch joins the batch 4, which has 1 punches but \"7\"");
+            "note: The next punch joins batch 4, which has 1 punches but a RecordCount of \"7\"");
         row("used up", "INSERT INTO RawData VALUES (32767, 1, 1, 'X')", 1,
-            "STOPS PUNCHES: A punch is refused: Overflow. The number of the batch");
+            "STOPS PUNCHES: A punch is rejected: Overflow. The number of a batch");
         row("no column", "ALTER TABLE RawDataDetails DROP COLUMN Shift", 1,
-            "STOPS PUNCHES: RawDataDetails is not as the clock needs it: no such column: Shift.");
+            "STOPS PUNCHES: RawDataDetails lacks what the clock needs: no such column: Shift.");
         row("no employees", "DROP TABLE Employee", 0,
-            "note: Employee is not as the clock needs it: no such table: Employee.");
+            "note: Employee lacks what the clock needs: no such table: Employee.");
         row("view", "ALTER TABLE RawData RENAME TO R; CREATE VIEW RawData AS SELECT * FROM R", 1,
-            "STOPS PUNCHES: A punch is refused: `RawData` cannot be written: it is a view");
+            "STOPS PUNCHES: A punch is rejected: `RawData` cannot be written: it is a view");
         row("column of others", "ALTER TABLE RawDataDetails ADD COLUMN Own CHECK (Own IS NOT NULL)",
-            1, "STOPS PUNCHES: A punch is refused: CHECK constraint failed");
+            1, "STOPS PUNCHES: A punch is rejected: CHECK constraint failed");
         row("trigger",
             "CREATE TRIGGER Guard BEFORE INSERT ON RawDataDetails BEGIN SELECT RAISE(IGNORE); END",
-            1, "note: The trigger Guard on RawDataDetails runs within each punch.");
+            1, "note: The trigger Guard on RawDataDetails runs at each punch.");
         row("number", employees + "INSERT INTO Employee VALUES (7, 'Ann')", 0,
-            "note: Badges stored as numbers, which have lost leading zeros and may be shown as "
-            "Unknown: 7.");
+            "note: Badges stored as numbers (without leading zeros, and possibly shown as "
+            "Unknown): 7.");
         row("badges declared as numbers",
             "DROP TABLE Employee; CREATE TABLE Employee (PersonalID DECIMAL, Name)", 0,
-            "note: Employee.PersonalID is declared as a number, so the badges 00123 and 123 are");
+            "note: Employee.PersonalID is declared as a number, so badges 00123 and 123 are");
         const QByteArray details = "DROP TABLE RawDataDetails; CREATE TABLE RawDataDetails (ID, "
                                    "PersonalID INT, EventStatus, DateTime, Shift, MachineNo)";
         row("punches declared as numbers", details, 1,
-            "WRONG PUNCHES: A punch of badge 00123 is stored for badge \"123\". RawDataDetails");
+            "WRONG PUNCHES: A punch of badge 00123 is stored as badge \"123\". RawDataDetails");
         row("punches changed",
             "CREATE TRIGGER Guard AFTER INSERT ON RawDataDetails BEGIN UPDATE RawDataDetails SET "
             "PersonalID = 'x'; END",
-            1, "WRONG PUNCHES: A punch of badge 00123 is stored for badge \"x\". A trigger on");
-        row("no punch", "", 0, "ok: No punch is stored yet.");
+            1, "WRONG PUNCHES: A punch of badge 00123 is stored as badge \"x\". A trigger on");
+        row("no punch", "", 0, "ok: No punches are stored yet.");
         row("last punch", punches, 0,
-            "ok: The last stored punch is of badge \"1\", Clock In, at 1. Punches of today: 0.");
+            "ok: The last stored punch is of badge \"1\", Clock In, at 1. Punches today: 0.");
         row("punches of today",
             "INSERT INTO RawDataDetails SELECT 0, '7', 0, datetime('now', 'localtime'), 0, 0 FROM "
             "Employee LIMIT 3; INSERT INTO RawDataDetails VALUES (0, '\x1B', 0, '2026-03-23 "
             "08:00:00', 0, 0)",
-            0, "is of badge \"\\x1B\", Clock Out, at 2026-03-23 08:00:00. Punches of today: 3.");
+            0, "is of badge \"\\x1B\", Clock Out, at 2026-03-23 08:00:00. Punches today: 3.");
         row("odd badge", employees + "INSERT INTO Employee VALUES (char(27, 127, 8238, 160), NULL)",
             0,
-            "note: Employees whose Name is Null, which is a message box at each swipe: "
+            "note: Employees whose Name is Null (each swipe shows a message box): "
             "\\x1B\\x7F\\u202E\\xA0.");
         row("as many as are listed",
             employees +
                 "INSERT INTO Employee VALUES (1, 1), (2, 1), (3, 1), (4, 1), (5, 1), (6, 1), "
                 "(7, 1), (8, 1), (9, 1), (10, 1)",
-            0, "Unknown: 1, 2, 3, 4, 5, 6, 7, 8, 9, 10.");
+            0, "Unknown): 1, 2, 3, 4, 5, 6, 7, 8, 9, 10.");
     }
     void database()
     {
@@ -84,13 +84,13 @@ private Q_SLOTS:
         QCOMPARE(QDir(m_database->folder()).entryList(QDir::Files), {"Orvanta.mdb"});
     }
 
-    /// As installed, where a link has the name that is to be called.
+    /// As installed, with the command a link to the program.
     void file_data()
     {
         Table<QByteArray, int, QString> row("content", "status", "line");
-        row("none", {}, 1, "Where there is none, tavrel-sitetool new makes one.");
+        row("none", {}, 1, "If it does not exist, make it with tavrel-sitetool new.");
         row("Jet", QByteArray("\0\1\0\0Standard Jet DB\0", 20).leftJustified(4096), 1,
-            "Bring a Jet or Access database over by tavrel-sitetool import;");
+            "If it is a Jet or Access database, convert it with tavrel-sitetool import;");
     }
     void file()
     {
@@ -112,7 +112,7 @@ private Q_SLOTS:
         row("of a group", 12345, 0660,
             "group 12345, in mode 660. The group may use it, and nobody");
         row("of this user's group", 65534, 0660, "nobody is in that group, but not yet in this");
-        row("of its owner", 12345, 0600, "in mode 600. That leaves nobody out: the");
+        row("of its owner", 12345, 0600, "in mode 600. That excludes nobody: the");
     }
     void rightsOfLine()
     {
@@ -131,18 +131,18 @@ private Q_SLOTS:
         });
     }
 
-    /// Neither is decided by the clock's own code: a punch is tried without a journal on the disk.
+    /// Only `check` looks at the rights: its test punch has no journal on the disk.
     void rights()
     {
         const QString program = copiedProgram();
         QVERIFY(chmod(qPrintable(m_database->folder()), 0555) == 0);
         asOrdinaryUser([&] {
-            expect(1, "STOPS PUNCHES: " + m_database->folder() + " cannot be written: Permission",
+            expect(1, "STOPS PUNCHES: Cannot write " + m_database->folder() + ": Permission",
                    program);
         });
     }
 
-    /// Another program locks the database, and then leaves a journal behind, as by a crash.
+    /// Another program locks the database, then leaves a journal as if it had crashed.
     void cutOff()
     {
         sqlite3 *other = nullptr;
@@ -152,12 +152,12 @@ private Q_SLOTS:
                      "PRAGMA cache_size = 1; BEGIN EXCLUSIVE; UPDATE Employee SET Name = "
                      "zeroblob(20000)",
                      nullptr, nullptr, nullptr);
-        expect(1, "STOPS PUNCHES: The database cannot be read: database is locked.");
+        expect(1, "STOPS PUNCHES: Cannot read the database: database is locked.");
         const QString journal = m_database->file() + "-journal";
         QVERIFY(QFile::copy(journal, journal + "-kept"));
         sqlite3_exec(other, "ROLLBACK", nullptr, nullptr, nullptr);
         QVERIFY(QFile::rename(journal + "-kept", journal));
-        expect(1, "NOT CLEAR: The database cannot be read: ");
+        expect(1, "UNKNOWN: Cannot read the database: ");
         QVERIFY(QFile::exists(journal));
     }
 
@@ -165,17 +165,17 @@ private Q_SLOTS:
     {
         Table<QByteArray, int, QString> row("settings", "status", "line");
         row("not a number", "[Communication]\nComport=x", 0,
-            "note: Communication/Comport is \"x\", which is taken for 0: COM1.");
+            "note: Communication/Comport is \"x\", which is read as 0: COM1.");
         row("other port", "[Communication]\nComport=3", 1, "STOPS PUNCHES: COM4 is ");
         row("beyond the ports", "[Communication]\nComport=8", 1, "STOPS PUNCHES: COM9 is ");
         row("no port", "[Communication]\nComport=99999", 1,
-            "STOPS PUNCHES: Communication/Comport is \"99999\", which stands for nothing.");
+            "STOPS PUNCHES: Communication/Comport is \"99999\", which is out of range.");
         row("no rate", "[Communication]\nBaudRate=3", 1,
-            "STOPS PUNCHES: Communication/BaudRate is \"3\", which stands for nothing.");
+            "STOPS PUNCHES: Communication/BaudRate is \"3\", which is out of range.");
         row("no track", "[MSR]\nTrack=3", 1,
-            "STOPS PUNCHES: MSR/Track is \"3\", which stands for nothing.");
+            "STOPS PUNCHES: MSR/Track is \"3\", which is out of range.");
         row("no time", "[Punch]\nClockIn=soon", 0, "note: Punch/ClockIn is \"soon\"");
-        row("no text", "\xFF\xFE", 0, "is no ini file in UTF-8");
+        row("no text", "\xFF\xFE", 0, "is not an INI file in UTF-8");
     }
     void settings()
     {
@@ -184,12 +184,12 @@ private Q_SLOTS:
         expectLine();
     }
 
-    /// Who holds the port, and whether that is the clock; the line is not touched meanwhile.
+    /// Which process uses the port, and whether it is the clock; check leaves the line alone.
     void port()
     {
         const QString port = m_home->path("Tavrel/COM1");
-        m_reader->send("a swip\n"); // whole lines only, as nobody has set the line
-        expect(0, "The clock has it.");
+        m_reader->send("a swip\n"); // complete lines only, as the line is not raw
+        expect(0, "The clock is using it.");
         QCOMPARE(::flock(m_line.get(), LOCK_UN), 0);
         expect(1, "The running clock has not opened it");
         m_claim = {};
@@ -228,7 +228,7 @@ private:
         expect(status, line);
     }
 
-    /// What the check has said, which contains `line`.
+    /// Runs the check and returns its output, which must contain `line`.
     QString expect(int status, const QString &line, const QString &program = SITETOOL)
     {
         QProcess check;
@@ -243,7 +243,7 @@ private:
         return said;
     }
 
-    /// The program where each user may run it, as the build's own folder may be closed to others.
+    /// A copy of the program that any user may run, as the build folder may be private.
     QString copiedProgram() const
     {
         QString program = m_database->folder() + "/sitetool";

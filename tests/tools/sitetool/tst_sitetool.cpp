@@ -17,7 +17,7 @@
 
 using namespace Tavrel;
 
-/// Bytes written over those of the old file at `at`; without bytes, the file is cut there.
+/// Bytes that replace those of the old file at `at`; if null, the file is truncated there.
 struct Patch {
     qsizetype at;
     QByteArray bytes;
@@ -56,7 +56,7 @@ private Q_SLOTS:
     void init()
     {
         m_folder = std::make_unique<QTemporaryDir>();
-        // They change what mdbtools prints.
+        // These change what mdbtools prints.
         for (const char *name : {"MDB_JET3_CHARSET", "MDBICONV", "MDBOPTS"})
             qputenv(name, "KOI8-R");
     }
@@ -107,7 +107,7 @@ private Q_SLOTS:
             "SELECT \"L\"\"]´ \" FROM \"a \"\"b'午\" LIMIT 1", "'Früh'");
         row("another case", 3, {{in3(12, 1487), "RAWDATADETAILS"}},
             "SELECT count(*) FROM RawDataDetails", "1200");
-        // The shifts in the employees' place, their number in that of the badge.
+        // The shifts become the employees, and their number the badge.
         row("numbers as badges", 4,
             {{in4(11, 0xc71), "\x09"},
              {in4(11, 0xc26), "\x08"},
@@ -134,7 +134,7 @@ private Q_SLOTS:
         const int shifts = in4(11, 0xc24); // in the catalogue
         for (const char *type : {"\x04", "\x06"}) {
             unpack(4, {{shifts + 10, type}, {in4(11, 3140), wide("\x1b[31m")}});
-            QCOMPARE(import().output, "Table           rows in the old file   rows taken over\n"
+            QCOMPARE(import().output, "Table           rows in the old file     rows imported\n"
                                       "RawData                            2                 2\n"
                                       "RawDataDetails                  1200              1200\n"
                                       "Employee                          40                40\n"
@@ -145,22 +145,22 @@ private Q_SLOTS:
         }
     }
 
-    /// Each leaves nothing but the old file, and says why.
+    /// Each refusal leaves nothing but the old file, and reports why.
     void refusals_data()
     {
         const double halfSecond = 0.5 / 86400;
         Table<int, Patches, QString> row("version", "patches", "why");
         row("empty", 4, {{0, {}}}, "not a Jet or Access database");
-        row("only a head", 4, {{in4(1, 0), {}}}, "mdb-count says \"offset 8192 is beyond EOF\"");
-        row("cut within the last page", 4, {{End4 - 1, {}}}, "whole page");
+        row("only a head", 4, {{in4(1, 0), {}}}, "mdb-count reports \"offset 8192 is beyond EOF\"");
+        row("cut within the last page", 4, {{End4 - 1, {}}}, "last page is incomplete");
         row("cut after a page", 4, {{in4(40, 0), {}}}, "damaged");
-        row("cut before the shifts", 4, {{in4(52, 0), {}}}, "mdb-json says");
+        row("cut before the shifts", 4, {{in4(52, 0), {}}}, "mdb-json reports");
         row("no Jet file", 4, {{4, "S"}, {8, "x"}}, "not a Jet or Access database");
         row("encrypted", 4, {{62, "x"}}, "encrypted");
-        row("one row fewer", 4, {{in4(7, 16), bytesOf(1199)}}, "1199 rows, and 1200");
-        row("one row more", 3, {{in3(7, 12), bytesOf(1201)}}, "1201 rows, and 1200");
-        row("deleted row", 4, {{in4(52, 15), "\x4f"}}, "3 rows, and 2");
-        row("lost object", 4, {{in4(11, 37), "\x4c"}}, "12 rows, and 11");
+        row("one row fewer", 4, {{in4(7, 16), bytesOf(1199)}}, "1199 rows, found 1200");
+        row("one row more", 3, {{in3(7, 12), bytesOf(1201)}}, "1201 rows, found 1200");
+        row("deleted row", 4, {{in4(52, 15), "\x4f"}}, "3 rows, found 2");
+        row("lost object", 4, {{in4(11, 37), "\x4c"}}, "12 rows, found 11");
         row("page of others", 4, {{in4(26, 4), "\x08"}}, "page 26 from map");
         row("memo's chain", 4, {{in4(40, 16), "\x01"}}, "beyond EOF");
         row("no usage map", 3, {{in3(9, 35), "\x20"}}, "the file is damaged");
@@ -170,16 +170,16 @@ private Q_SLOTS:
         row("no such column", 4, {{in4(8, 262), "M"}},
             "Employee.Name, which the clock needs, is missing");
         row("column of another kind", 4, {{in4(8, 63 + 25), "\x09"}},
-            "Employee.Name has to hold texts");
+            "Employee.Name must contain texts");
         row("no whole number", 4, {{in4(7, 63 + 2 * 25), "\x10"}}, "\"EventStatus\", row 1");
         row("at a day's end", 4, {{Begins, bytesOf(36524 + 1 - halfSecond * 0.9)}}, "24:00:00");
         row("no time", 4, {{Begins, bytesOf(std::nan(""))}},
             "\"Shifts\", column \"Begins\", row 1");
         row("too late", 4, {{Begins, bytesOf(1e6 + 1)}}, "1900-01-00");
         row("too early", 4, {{Begins, bytesOf(-1.25)}}, "1900-01-00");
-        // What mdb-schema and mdb-json write differently.
+        // mdb-schema and mdb-json print this name differently.
         row("names for a terminal", 4, {{in4(9, 170), wide("\x1b[31\u202e")}},
-            "\"Shifts\", column \"\\x1B[31\\u202E\", row 1: \"Früh\"");
+            "\"Shifts\", column \"\\x1B[31\\u202E\", row 1: unexpected value \"Früh\"");
     }
     void refusals()
     {
@@ -193,20 +193,20 @@ private Q_SLOTS:
         QCOMPARE(files(), "old.mdb");
     }
 
-    /// A script in the place of one of mdbtools' programs.
+    /// A script replaces one of mdbtools' programs.
     void faultyPrograms_data()
     {
         Table<QByteArray, QByteArray, QString> row("program", "script", "why");
-        row("missing", "", "", "Install the package mdbtools.");
+        row("missing", "", "", "install the package mdbtools.");
         row("complains", "mdb-json", "/usr/bin/mdb-json \"$@\"; printf '\\033[31m' >&2",
-            "mdb-json says \"\\x1B[31m\"");
-        row("complains without end", "mdb-json", "exec yes >&2", "mdb-json says \"y\"");
+            "mdb-json reports \"\\x1B[31m\"");
+        row("complains without end", "mdb-json", "exec yes >&2", "mdb-json reports \"y\"");
         row("fails", "mdb-schema", "/usr/bin/mdb-schema \"$@\"; exit 3", "mdb-schema failed");
         row("crashes", "mdb-json", "/usr/bin/mdb-json \"$@\"; kill -SEGV $$", "mdb-json crashed");
         row("prints without end", "mdb-count", "exec yes \"$(printf '%09999d')\"",
-            "more than the file can hold");
-        row("line without end", "mdb-json", "exec cat /dev/zero", "more than the file can hold");
-        row("no JSON", "mdb-json", "echo '{\"ID\": nan}'", "row 1 cannot be read");
+            "more than the file can contain");
+        row("line without end", "mdb-json", "exec cat /dev/zero", "more than the file can contain");
+        row("no JSON", "mdb-json", "echo '{\"ID\": nan}'", "row 1: invalid JSON");
         row("long text, perhaps cut", "mdb-json",
             "/usr/bin/mdb-json \"$@\" | sed \"s/long memo Ł/$(printf '%0250d')/g\"",
             "\"Notes\", row 11");
@@ -238,7 +238,7 @@ private Q_SLOTS:
         QVERIFY2(why.startsWith("mdb-json timed out"), qPrintable(why));
     }
 
-    /// An interrupted import makes nothing, and no program of it goes on.
+    /// An interrupted import makes nothing, and ends the programs it runs.
     void interruption()
     {
         unpack(4);
@@ -255,7 +255,7 @@ private Q_SLOTS:
         QCOMPARE(files(), "bin old.mdb pipe");
     }
 
-    /// `new` and `import` make the file at its place, with all or nothing.
+    /// `new` makes a complete database and never replaces an existing name.
     void makes()
     {
         const Run made = start(SITETOOL, {"new", path("new.mdb")});
@@ -268,14 +268,14 @@ private Q_SLOTS:
                  "1");
         const Run again = start(SITETOOL, {"new", path("new.mdb")});
         QCOMPARE(again.status, 1);
-        QVERIFY(again.errors.contains("exists already"));
+        QVERIFY(again.errors.contains("already exists"));
         QCOMPARE(query("SELECT Name FROM Employee"), "'Ann'");
         QVERIFY(QFile::link("nowhere", path("dangling")));
         QCOMPARE(start(SITETOOL, {"new", path("dangling")}).status, 1);
         QCOMPARE(files(), "dangling new.mdb");
     }
 
-    /// Others who may write the folder must find nothing to put a link in the place of.
+    /// No temporary name appears, which other users could replace by a link.
     void namesNothingButTheTarget()
     {
         const int watch = ::inotify_init1(IN_CLOEXEC);
@@ -286,12 +286,11 @@ private Q_SLOTS:
         const ssize_t size = ::read(watch, events.data(), events.size());
         const auto *first = reinterpret_cast<const inotify_event *>(events.data());
         QCOMPARE(first->name, "new.mdb");
-        QCOMPARE(size, ssize_t(sizeof(inotify_event) + first->len)); // it is the only one
+        QCOMPARE(size, ssize_t(sizeof(inotify_event) + first->len)); // the only event
         ::close(watch);
     }
 
-    /// In the program's folder the database may be a link to where the data lie, in a folder that
-    /// a group shares.
+    /// The database in the program's folder may be a link into a folder shared by a group.
     void programsFolder()
     {
         QVERIFY(QDir(m_folder->path()).mkpath("lib") && QDir(m_folder->path()).mkpath("data"));
@@ -320,8 +319,9 @@ private Q_SLOTS:
         row("no such option", {"new", "--force"}, 2, "force");
         row("help", {"--help"}, 0, "import OLD.mdb [FILE]");
         row("version", {"--version"}, 0, "sitetool ");
-        row("no such old file", {"import", "nowhere", "new"}, 1, "cannot be read");
-        row("a folder", {"import", "/", "new"}, 1, "/ is not a file");
+        row("no such old file", {"import", "nowhere", "new"}, 1,
+            "Cannot import \"nowhere\": No such file");
+        row("a folder", {"import", "/", "new"}, 1, "\"/\": not a regular file");
         row("no such folder", {"new", "nowhere/new"}, 1, "No such file or directory");
     }
     void commandLine()
@@ -383,7 +383,7 @@ private:
 
     Run import() const { return start(SITETOOL, {"import", path("old.mdb"), path("new.mdb")}); }
 
-    /// Puts a script in the place of a program; without a name, leaves no program at all.
+    /// Replaces a program by a script; with an empty name, hides all programs.
     void replaceProgram(const QByteArray &program, const QByteArray &script) const
     {
         if (!QDir(m_folder->path()).mkpath("bin"))
