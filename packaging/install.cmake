@@ -1,4 +1,4 @@
-# Where the parts of an installed system go. The rules themselves stand beside the targets.
+# Where things are installed. The install rules are beside the targets.
 #
 #   lib/tavrel       the program's folder: the programs, and a link to the database
 #   bin              links to the programs, under names that begin with tavrel
@@ -24,7 +24,7 @@ function(install_compressed source name folder)
     install(FILES ${compressed} DESTINATION ${folder} ${ARGN})
 endfunction()
 
-# Installs `target`, and `command` as the users' name for it.
+# Installs `target`, and a link to it named `command`.
 function(install_program target command)
     install(TARGETS ${target} DESTINATION ${programFolder})
     file(RELATIVE_PATH program ${CMAKE_INSTALL_FULL_BINDIR}
@@ -33,10 +33,10 @@ function(install_program target command)
     install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${command} TYPE BIN)
 endfunction()
 
-# Installs a man page of `command`: what `target` prints for --help, and the sections in `target`.h2m.
+# Installs a man page for `command`, made from the --help of `target` and the sections in `target`.h2m.
 function(install_man_page_of_help target command)
     set(page ${CMAKE_CURRENT_BINARY_DIR}/${command}.1)
-    set(named ${CMAKE_CURRENT_BINARY_DIR}/named/${command}) # for the page speaks of it by its name
+    set(named ${CMAKE_CURRENT_BINARY_DIR}/named/${command}) # the page shows the name by which it was called
     add_custom_command(OUTPUT ${page}
         COMMAND ${CMAKE_COMMAND} -E make_directory ${CMAKE_CURRENT_BINARY_DIR}/named
         COMMAND ${CMAKE_COMMAND} -E create_symlink $<TARGET_FILE:${target}> ${named}
