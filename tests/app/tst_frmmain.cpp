@@ -24,7 +24,7 @@
 
 using namespace Tavrel;
 
-/// The real passing of time and events.
+/// Real time and events.
 class BenchHost : public RecordingHost<EventLoopHost>
 {
 public:
@@ -39,7 +39,7 @@ public:
     }
 };
 
-/// A clock on a database and a reader of its own.
+/// A clock with its own database and reader.
 struct Bench {
     explicit Bench(const TemporaryHome &home, const QByteArray &settings = {})
     {
@@ -101,7 +101,7 @@ class TestFrmMain : public QObject
 private Q_SLOTS:
     void one_instance_at_a_time()
     {
-        // A start that knows of another run-time folder, or of none, meets the first one too.
+        // A start with a different run-time folder, or none, finds the first one too.
         const QByteArrayList folders{home.path(".").toUtf8(), "", "/nowhere"};
         for (const QByteArray &mine : folders) {
             qputenv("XDG_RUNTIME_DIR", mine);
@@ -115,13 +115,13 @@ private Q_SLOTS:
             QVERIFY(!App::InstanceLock().PrevInstance());
         }
 
-        // So does one that knows of another settings folder, by the run-time folder.
+        // So does one with a different settings folder, through the run-time folder.
         qputenv("XDG_RUNTIME_DIR", home.path(".").toUtf8());
         const App::InstanceLock first;
         const TemporaryHome elsewhere;
         const bool meets = App::InstanceLock().PrevInstance();
 
-        // The very first start makes the settings folder that the next one meets it in.
+        // The very first start makes the settings folder in which the next one finds it.
         qputenv("XDG_CONFIG_HOME", elsewhere.path("new").toUtf8());
         qunsetenv("XDG_RUNTIME_DIR");
         const App::InstanceLock veryFirst;
@@ -130,7 +130,7 @@ private Q_SLOTS:
         QVERIFY(meets && !veryFirst.PrevInstance() && meetsVeryFirst);
     }
 
-    /// Many starts at once, some of which know of no run-time folder.
+    /// Many starts at once, some of them without a run-time folder.
     void of_many_starts_at_once_one_lives()
     {
         constexpr int Starts = 12;
@@ -187,11 +187,11 @@ private Q_SLOTS:
         QTRY_COMPARE(t.stored("*"), "0|1001|1|2026-03-09 09:05:07|0|0");
         QCOMPARE(Bench::shown(), QStringList({"Anna Example", "1001", "Clock In", moment}));
 
-        // Another one, with the window still open: the texts change in place.
+        // A second punch, with the window still open: the texts change in place.
         const QPointer<QWidget> first = Bench::dialog();
         first->showMinimized();
         const QString longBadge = "4711" + QString(60, u'0');
-        t.host.onEvents = [&] { // in a read, to which a click before the card still counts
+        t.host.onEvents = [&] { // during a read, when a click before the card still counts
             t.host.onEvents = {};
             t.click(t.window->face.optEvent(1));
             t.reader->send("\2;" + longBadge.toLatin1() + "?\3");
@@ -202,7 +202,7 @@ private Q_SLOTS:
         QCOMPARE(Bench::shown(), QStringList({"Unknown", longBadge, "Clock Out", moment}));
         QCOMPARE(t.database.run("SELECT ID, RecordCount FROM RawData"), "0|2");
 
-        // Closed, by any of its ways, it comes anew with the next swipe.
+        // However it is closed, the next swipe shows it again.
         for (const QKeyCombination keys :
              {QKeyCombination(Qt::Key_Escape), QKeyCombination(Qt::Key_Enter),
               QKeyCombination(Qt::Key_Return), Qt::ALT | Qt::Key_C}) {
@@ -227,8 +227,8 @@ private Q_SLOTS:
         QTRY_VERIFY(t.stored().endsWith("1003,0"));
     }
 
-    /// On the clocks of the machine: a frame may pause for less than the read's time-out, and what
-    /// is stored is the local time.
+    /// In real time: a frame may pause for less than the read's time-out, and the local time is
+    /// stored.
     void a_punch_by_the_real_time()
     {
         Bench t(home);
@@ -237,7 +237,7 @@ private Q_SLOTS:
             return QDateTime::currentDateTime().toString(u"yyyy-MM-dd HH:mm:ss");
         };
         const QString before = localTime();
-        t.host.onEvents = [&] { // in a read, which other events then interrupt
+        t.host.onEvents = [&] { // during a read, which other events then interrupt
             t.host.onEvents = {};
             t.reader->send("\2;10");
             QTimer::singleShot(150, Qt::PreciseTimer, qApp, [&] { t.reader->send("01?\3"); });
@@ -250,7 +250,7 @@ private Q_SLOTS:
         QVERIFY2(before <= stored && stored <= localTime(), qPrintable(stored));
     }
 
-    /// What follows a showing may block, so a window on the screen shows its new texts at once.
+    /// The store may block next, so a window on the screen shows its new texts at once.
     void shown_again_it_is_painted_at_once()
     {
         frmPunchInformation form;
@@ -265,7 +265,7 @@ private Q_SLOTS:
         QVERIFY(paints.count > 0);
     }
 
-    /// Another program holds the database for a moment: the person sees the punch meanwhile.
+    /// Another program locks the database for a moment: the punch is visible meanwhile.
     void a_punch_is_seen_while_the_store_waits()
     {
         class Holder : public QObject
@@ -291,8 +291,8 @@ private Q_SLOTS:
                 return false;
             }
             QStringList shown;
-            bool hasInput = false; ///< whether the pointer has come to a window
-            bool hadInput = false; ///< the same by the time that the punch was seen
+            bool hasInput = false; ///< whether the pointer has entered a window
+            bool hadInput = false; ///< the same at the time the punch was visible
 
         private:
             Bench &m_bench;
@@ -308,11 +308,11 @@ private Q_SLOTS:
         QTRY_VERIFY(!t.stored().isEmpty() || !t.host.boxes.isEmpty());
         QCOMPARE(holder.shown.value(1), "1001");
         QTRY_VERIFY(holder.hasInput);
-        QVERIFY(!holder.hadInput); // what the user does waits for the store
+        QVERIFY(!holder.hadInput); // user input waits for the store
         QVERIFY(t.host.boxes.isEmpty());
     }
 
-    /// A message box shows its text as it is.
+    /// A message box shows its text unchanged.
     void boxes_are_plain_text()
     {
         QString shown;
@@ -365,7 +365,7 @@ private Q_SLOTS:
         }
     }
 
-    /// A poll that does not end, as under a dialog or a message box: the clock goes on, and
+    /// During a poll that does not end, as under a dialog or a message box, the clock continues and
     /// nothing reads the line.
     void ticks_inside_a_poll_do_not_poll()
     {
@@ -401,7 +401,7 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitForWindowActive(t.window.get()));
         QTRY_COMPARE(t.digits(), "090507");
         QVERIFY(in->Value());
-        QVERIFY(out->font().bold()); // nothing was set: it is selected already
+        QVERIFY(out->font().bold()); // unchanged: it is already selected
         QVERIFY(!t.window->face.txtDate->hasFocus());
 
         t.host.turnTo(9, 12, 0, 0);
@@ -413,13 +413,13 @@ private Q_SLOTS:
         QVERIFY(in->Value());
         QTRY_VERIFY(out->Value());
 
-        // Times that cannot be read leave the selection alone, and the clock goes on.
+        // Invalid times leave the selection unchanged, and the clock continues.
         home.writeSettings("[Punch]\nAutoSwitch=1\nClockIn=never\nClockOut=12:00:00\n");
         t.host.turnTo(9, 6, 0, 0);
         QTRY_COMPARE(t.digits(), "060000");
         QVERIFY(out->Value());
 
-        // A change of the settings counts from the next tick.
+        // A change of the settings takes effect at the next tick.
         home.writeSettings("[Punch]\nAutoSwitch=1\nClockIn=6:00:00 AM\nClockOut=12:00:00\n");
         QTRY_VERIFY(in->Value());
         home.writeSettings("[Punch]\nAutoSwitch=2\nClockIn=12:00:00\nClockOut=06:00:00\n");
@@ -446,7 +446,7 @@ private Q_SLOTS:
         bool wasClosed = false;
         QPointer<QWidget> opened;
 
-        // Works the dialog while it is up: ticks go on; then another port is chosen, with OK.
+        // Uses the open dialog: ticks continue; then chooses another port and presses OK.
         QTimer user;
         int steps = 0;
         QObject::connect(&user, &QTimer::timeout, [&] {
@@ -479,7 +479,7 @@ private Q_SLOTS:
         QCOMPARE(t.stored(), insideWait ? "" : "1001,1");
         QVERIFY(t.host.boxes.isEmpty());
 
-        // The swipes come from the newly chosen port, and no longer from the old one.
+        // Swipes now come from the chosen port, and no longer from the old one.
         t.reader->send("\2;1002?\3");
         const int passes = t.host.passes;
         QTRY_VERIFY(t.host.passes > passes);
@@ -557,7 +557,7 @@ private Q_SLOTS:
         }
     }
 
-    /// At once, with status 0; the handlers of that end run, of which one gives the line back.
+    /// At once, with status 0; the exit handlers run, one of which restores the line.
     void the_end_of_the_process()
     {
         for (const int answer : {0, 42}) {
@@ -572,7 +572,7 @@ private Q_SLOTS:
     }
 
 private:
-    /// A process that waits for the barrier, starts, answers "+" if it lives, and stays.
+    /// A process that waits for the barrier, starts, answers "+" if it keeps running, and stays.
     [[noreturn]] static void start(const int (&barrier)[2], const int (&answers)[2],
                                    bool knowsRunTimeFolder)
     {

@@ -6,7 +6,7 @@
 
 #include <QLabel>
 
-/// The controls of a window that can be seen.
+/// The visible controls of a window.
 static QWidgetList controlsOf(const QWidget &window)
 {
     QWidgetList controls;
@@ -19,7 +19,7 @@ static QWidgetList controlsOf(const QWidget &window)
     return controls;
 }
 
-/// Neighbours may share a line of pixels, and images lie one over the other.
+/// Neighbours may share a line of pixels, and images lie on top of each other.
 static bool overlap(const QWidget *one, const QWidget *other)
 {
     const QRect shared = one->geometry() & other->geometry();
@@ -108,8 +108,8 @@ private Q_SLOTS:
                 punch.txtDateTime->width() - 7);
     }
 
-    /// The boxes of Punch Information stand on its grey; a dark line over a light one parts them
-    /// from the button.
+    /// The boxes of Punch Information have its grey background; a dark line above a light one
+    /// separates them from the button.
     void looks()
     {
         const QImage image = punch.grab().toImage();

@@ -127,7 +127,7 @@ private Q_SLOTS:
             QVERIFY(edge(one) < yellow.lightness() && edge(other) > blue.lightness()); // it is down
         };
         looksSelected(in, out);
-        QVERIFY(in->font().bold() && out->font().bold()); // as long as nobody has selected
+        QVERIFY(in->font().bold() && out->font().bold()); // until one is selected
 
         for (int clicks = 0; clicks < 2; ++clicks) {
             QTest::mouseClick(out, Qt::LeftButton);
@@ -173,7 +173,7 @@ private Q_SLOTS:
         QCOMPARE(box.cursorPosition(), 0);
         QTEST(box.fontMetrics().horizontalAdvance(text) <= 200 - 7, "fits");
 
-        // It begins at the left edge.
+        // The text starts at the left edge.
         const QRect leftEdge(3, 3, 12, 24);
         const QImage written = shown(&box).copy(leftEdge);
         box.Text("");
@@ -210,7 +210,7 @@ private Q_SLOTS:
         QVERIFY(face->txtDate->text().isEmpty());
     }
 
-    /// Which of the two is to be selected by itself at a time of day.
+    /// Which of the two the time of day selects.
     void autoSwitch_data()
     {
         Table<QString, QString, QString, int> row("clockIn", "clockOut", "now", "event");

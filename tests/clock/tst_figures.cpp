@@ -11,7 +11,7 @@ namespace
 
 constexpr int Half = 8, Full = 16;
 
-/// How many sixteenths of a pixel are lit, by its colour; -1 for a colour that is no shade.
+/// How many sixteenths of a pixel are lit, by its colour; -1 for any other colour.
 int sixteenths(QRgb colour)
 {
     static const QRgb Shades[] = {0xff000000, 0xff041000, 0xff082000, 0xff0c3000, 0xff114000,
@@ -27,7 +27,7 @@ int lit(const QImage &image, int x, int y)
     return sixteenths(image.pixel(x, y));
 }
 
-/// The greatest number of sixteenths in a part of the image.
+/// The maximum of sixteenths in a part of the image.
 int brightest(const QImage &image, const QRect &part)
 {
     int most = 0;
@@ -37,7 +37,8 @@ int brightest(const QImage &image, const QRect &part)
     return most;
 }
 
-/// By digit, "row: columns" of the pixels that are at least half lit, all others of the row less.
+/// For each digit, "row: columns" of the pixels that are at least half lit; the others in the row
+/// are less.
 const char *const Digits[] = {
     "1: 10-46; 4: 5-51; 12: 2-54; 22: 1-17 39-55; 76: 2-54; 80: 4-52; 84: 7-49; 86: 12-44",
     "9: 20-39; 31: 21-39",
@@ -51,7 +52,7 @@ const char *const Digits[] = {
     "1: 9-46; 4: 5-52; 22: 1-16 40-55; 50: 39-55; 83: 3-51",
 };
 
-/// By digit, how much of it is lit in all, in sixteenths of a pixel: what no single row shows.
+/// For each digit, its total light in sixteenths of a pixel, which no single row shows.
 constexpr int Areas[] = {58902, 28323, 57007, 56787, 46791, 58616, 59226, 40748, 62519, 59143};
 
 } // namespace
@@ -124,7 +125,7 @@ private Q_SLOTS:
             QVERIFY(lit(image, x, 0) <= lit(image, x, 1));
     }
 
-    /// On a dense display a figure is drawn anew, in the same shades and the same place.
+    /// On a high-density display a figure is drawn again, in the same shades and the same place.
     void dense_displays()
     {
         const QImage plain = drawFigure(3), dense = drawFigure(3, 2);

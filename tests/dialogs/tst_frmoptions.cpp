@@ -36,7 +36,7 @@ public:
         return values;
     }
 
-    /// How many of the two times and their two labels are enabled.
+    /// The number of enabled controls among the two times and their labels.
     int timesEnabled()
     {
         int enabled = 0;
@@ -84,7 +84,7 @@ private Q_SLOTS:
             QTEST(label->buddy()->objectName(), "names");
     }
 
-    /// What is stored under every key, but "ClockOut", and what the dialog shows of it and OK
+    /// What is stored under every key except "ClockOut", what the dialog shows for it, and what OK
     /// stores.
     void loading_data()
     {
@@ -183,7 +183,7 @@ private Q_SLOTS:
         }
     }
 
-    /// Enter presses "OK" wherever the focus is, but for the other button.
+    /// Enter presses "OK" wherever the focus is, except on the other button.
     void enter_data()
     {
         Table<int, Boolean> row("tab", "isOK");

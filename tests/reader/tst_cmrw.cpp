@@ -67,7 +67,7 @@ private Q_SLOTS:
 
     void frames_data()
     {
-        // The data type 7 stands for "as it was".
+        // The data type 7 means unchanged.
         Table<QByteArray, int, QStringList, int> row("bytes", "result", "tracks", "dataType");
         const QStringList none{"a", "b", "c"};
         row("two tracks", "\2%B12?;123?\3", 0, {"B12", "123", "c"}, 0);
@@ -83,7 +83,7 @@ private Q_SLOTS:
         row("only STX", "\2\3", 0, none, 7);
         row("only ETX", "\3", 0, none, 7);
         row("two frames", "\2;1?\3\2;2<\3", 0, {"a", "1", "c"}, 0);
-        row("a sentinel behind ETX", "\2;1\3<", 0, {"a", "1\3", "c"}, 1);
+        row("a sentinel after ETX", "\2;1\3<", 0, {"a", "1\3", "c"}, 1);
         row("every byte stays", "\2%\x80\xA0\xFF?\3", 0, {"\u0080\u00A0\u00FF", "b", "c"}, 0);
         row("nothing more", "\2%AB", -4, none, 7);
         row("nothing more, sentinel", "\2%AB<", -4, none, 1);
@@ -105,7 +105,7 @@ private Q_SLOTS:
                     sent += batch;
                 };
                 QTEST(t.read(), "result");
-                // Sent one by one, what lies behind the end of the frame is not received yet.
+                // Sent one by one, bytes after the end of the frame are not received yet.
                 if (batch == 1 && bytes.contains('\3') && !bytes.endsWith('\3'))
                     continue;
                 QTEST(QStringList(t.tracks.begin(), t.tracks.end()), "tracks");
@@ -131,7 +131,7 @@ private Q_SLOTS:
             t.host.onBox = [&] { QCOMPARE(t.read(), 0); }; // still busy while the box is open
             QCOMPARE(t.read(), 0);
             QCOMPARE(t.tracks[1], track2);
-            QCOMPARE(t.driver.ReadTrackDataType(), 1); // a failed read leaves it as it was
+            QCOMPARE(t.driver.ReadTrackDataType(), 1); // a failed read leaves it unchanged
             QCOMPARE(t.host.boxes, QStringList("Tavrel: Subscript out of range"));
             t.comm.received = "\2;5?\3";
             QCOMPARE(t.read(), 0);
@@ -146,7 +146,7 @@ private Q_SLOTS:
         QCOMPARE(t.read(), -4);
         QCOMPARE(t.host.ticks, 201U); // 200 ms are not yet more than 200
 
-        // Bytes that trickle in never time out.
+        // Slowly arriving bytes never time out.
         t.host.ticks = 0;
         t.host.onEvents = [&] {
             t.comm.received = t.host.ticks % 200 ? "" : t.host.ticks < 4500 ? "\2" : "\3";
@@ -154,7 +154,7 @@ private Q_SLOTS:
         QCOMPARE(t.read(), 0);
         QCOMPARE(t.host.ticks, 4600U);
 
-        // Where the tick count jumps back, time is counted from the jump.
+        // If the tick count jumps back, time is counted from the jump.
         t.host.onEvents = {};
         t.host.ticks = std::numeric_limits<std::int32_t>::max() - 60U;
         const std::uint32_t jump = t.host.ticks + 2 * t.host.ticksPerPass;
@@ -204,7 +204,7 @@ private Q_SLOTS:
         QCOMPARE(t.host.boxes, QStringList("Tavrel: broken"));
     }
 
-    /// The Options dialog does that under a waiting read.
+    /// As the Options dialog does during a waiting read.
     void a_port_reopened_under_the_read()
     {
         ReaderBench t;

@@ -9,13 +9,13 @@ using namespace Tavrel;
 static const QByteArray Accepted("\2\6\3");
 static const QString OutOfRange = "Tavrel: Subscript out of range";
 
-/// Sets a reader's line where it does not matter to what.
+/// Sets a reader's line to arbitrary values.
 static std::int32_t setLine(ReaderBench &bench)
 {
     return bench.driver.SetBaudRate_BCC("9600,n,8,1", True, "n");
 }
 
-/// A real line, with a reader at its end that accepts whatever it is sent.
+/// A real line with a reader that accepts everything.
 class AcceptingLine : public TermiosComm
 {
 public:
@@ -52,7 +52,7 @@ private Q_SLOTS:
         row("02 25 41 42 43 3C 3B 31 32 33 3C 2B 34 35 3C 03 7B", full, 1, True);
         row("02 03", {"", "", ""}, 0, False);
         row("02 03 03", {"", "", ""}, 0, True);
-        row("02 2B 3C 3F 03", {"", "", "<"}, 2, 1); // 1 is not True, and 2 no sentinel
+        row("02 2B 3C 3F 03", {"", "", "<"}, 2, 1); // 1 is not True, and 2 is not a valid type
     }
     void frames()
     {
@@ -99,7 +99,7 @@ private Q_SLOTS:
         }
     }
 
-    /// What a write and the commands make of an answer; 1 stands for 0 with a message box.
+    /// What a write and the commands return for an answer; 1 means 0 with a message box.
     void answers_data()
     {
         Table<QByteArray, int, int> row("answer", "written", "commanded");
@@ -116,7 +116,7 @@ private Q_SLOTS:
         QFETCH(int, written);
         QFETCH(int, commanded);
         ReaderBench t;
-        // It comes late and in pieces: the wait has no limit, and the answer half a second.
+        // It arrives late and in pieces: the wait is unlimited, but the answer has half a second.
         t.host.script[50000] = [&] { t.comm.received = answer.left(1); };
         t.host.script[50500] = [&] { t.comm.received = answer; };
         QCOMPARE(t.write({"", "1", ""}), written == 1 ? 0 : written);
@@ -149,7 +149,7 @@ private Q_SLOTS:
         QCOMPARE(t.host.ticks, 1000U);
         QCOMPARE(t.comm.received, Accepted);
 
-        // A write that is refused for its characters does not take back the Cancel of a read.
+        // A write rejected for its characters does not undo the Cancel of a read.
         t.host.onEvents = [&] {
             t.driver.Cancel();
             QCOMPARE(t.write({"", "x", ""}), -7);
@@ -182,7 +182,7 @@ private Q_SLOTS:
     {
         ReaderBench t;
         const QString half(16383, u'1');
-        QCOMPARE(t.write({QString(32768, u'a'), "", ""}), 0); // before the character is looked at
+        QCOMPARE(t.write({QString(32768, u'a'), "", ""}), 0); // before the character is checked
         QCOMPARE(t.write({QString(32767, u'a'), "", ""}), -6);
         QCOMPARE(t.write({"", half, half}), 0);
         QCOMPARE(t.driver.SetBaudRate_BCC("9600,n,8,1", True, 1), 0);
@@ -195,7 +195,7 @@ private Q_SLOTS:
         QCOMPARE(setLine(t), 0);
 
         t.comm.open = true;
-        t.host.onEvents = [&] { t.comm.broken = true; }; // pulled out in the wait
+        t.host.onEvents = [&] { t.comm.broken = true; }; // unplugged during the wait
         QCOMPARE(t.write({"", "1", ""}), 0);
         QCOMPARE(t.host.boxes,
                  QStringList({"Tavrel: Overflow", "Tavrel: Overflow", "Tavrel: Type mismatch",
@@ -253,8 +253,7 @@ private Q_SLOTS:
         }
     }
 
-    /// The answer of a reader at the given poll, the hundredth of a second after the last one;
-    /// poll 0 stands for never.
+    /// The reader answers at the given poll, 10 ms after the previous one; poll 0 means never.
     void polls_data()
     {
         Table<int, int> row("poll", "result");

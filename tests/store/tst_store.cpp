@@ -55,7 +55,7 @@ private Q_SLOTS:
         QCOMPARE(t.database.run("SELECT count(*) FROM RawDataDetails"), box.isEmpty() ? "1" : "0");
     }
 
-    /// In a table that puts nothing in by itself.
+    /// In a table without defaults.
     void details()
     {
         Fixture t("DROP TABLE RawDataDetails; CREATE TABLE RawDataDetails (ID, PersonalID TEXT, "
@@ -74,7 +74,8 @@ private Q_SLOTS:
         QCOMPARE(t.database.run("SELECT RecordCount FROM RawData"), "4");
     }
 
-    /// A failure stops the steps where it comes; once its cause is gone the next punch is stored.
+    /// A failure stops the procedure where it occurs; once the cause is gone, the next punch is
+    /// stored.
     void failures_data()
     {
         Table<QByteArray, QByteArray, bool, QString> row("cause", "cure", "batchIsWritten", "box");
@@ -129,11 +130,11 @@ private Q_SLOTS:
         QCOMPARE(t.database.run("SELECT RecordCount FROM RawData"), batchIsWritten ? "2" : "1");
     }
 
-    /// What a damaged page calls free may be a stored punch.
+    /// Bytes that a damaged page marks as free may be a stored punch.
     void damagedPage()
     {
         constexpr qsizetype PageSize = 4096;
-        constexpr qsizetype FreeAt = 5; // where free bytes end, how many are lost, the first cell
+        constexpr qsizetype FreeAt = 5; // end of the free bytes, number of lost bytes, first cell
         Fixture t("INSERT INTO RawDataDetails VALUES (0, '1001', 1, 'x', 0, 0)");
         const QString number =
             t.database.run("SELECT rootpage FROM sqlite_schema WHERE name = 'RawDataDetails'");
@@ -186,7 +187,7 @@ private Q_SLOTS:
         QTEST(t.host.boxes.join(u'\n'), "box");
     }
 
-    /// Another program holds the file's lock: for a moment, or for longer than the time-outs.
+    /// Another program locks the file: for a moment, or for longer than the time-outs.
     void locked_data()
     {
         Table<bool, bool, QString, QString> row("givesWay", "isOpen", "name", "box");
@@ -210,7 +211,7 @@ private Q_SLOTS:
             std::future<void> release;
             if (givesWay) {
                 release = std::async(std::launch::async, [&] {
-                    std::this_thread::sleep_for(50ms); // that long it is held
+                    std::this_thread::sleep_for(50ms); // how long it is locked
                     Statement(other, "COMMIT").execute();
                 });
             } else {

@@ -3,7 +3,7 @@
 #include <QEvent>
 #include <QObject>
 
-/// Counts how often the controls are painted on which it is installed as an event filter.
+/// An event filter that counts how often the controls on which it is installed are painted.
 class PaintCounter : public QObject
 {
 public:

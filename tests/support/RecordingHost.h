@@ -7,8 +7,8 @@
 #include <functional>
 #include <type_traits>
 
-/// A host that shows and ends nothing but records it, and whose time of day a test sets: an invalid
-/// one for that of a real `Base`.
+/// A host that records message boxes and the end instead of carrying them out, and whose time of
+/// day a test sets. If that is invalid, it is the real one of `Base`.
 
 using namespace Tavrel;
 template <typename Base> class RecordingHost : public Base
@@ -34,7 +34,7 @@ public:
     QStringList boxes;              ///< "title: text", with "!" for the critical icon
     std::function<void()> onBox;    ///< what happens while a box is open
     std::function<void()> onEvents; ///< what happens while events are delivered
-    int passes = 0;                 ///< how often they were
+    int passes = 0;                 ///< how often events were delivered
     QDateTime now{QDate(2026, 3, 9), QTime(9, 5, 7)};
     int ended = 0;
 
@@ -42,7 +42,7 @@ protected:
     void countPass()
     {
         ++passes;
-        if (const auto action = onEvents) // which may put another in its place
+        if (const auto action = onEvents) // which may replace itself
             action();
     }
 };

@@ -5,7 +5,7 @@
 
 using namespace Tavrel;
 
-/// A serial control without a line: tests put bytes into it and look at what it was given.
+/// A serial control without a line: tests supply the bytes received and inspect those sent.
 class ScriptedComm : public MSComm
 {
 public:

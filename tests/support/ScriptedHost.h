@@ -6,8 +6,8 @@
 
 using namespace Tavrel;
 
-/// A machine where time passes only while a caller waits for events: by ticksPerPass milliseconds,
-/// or less where the caller may not be kept so long or something is to happen before.
+/// A host whose time passes only while a caller waits for events: by ticksPerPass milliseconds, or
+/// less if the caller's wait or the time to the next scripted action is shorter.
 class ScriptedHost : public RecordingHost<Host>
 {
 public:

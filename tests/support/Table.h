@@ -2,7 +2,7 @@
 
 #include <QTest>
 
-/// The data of a test function: makes its columns, then a row with every call.
+/// The data of a test function: adds the columns, then one row for each call.
 template <typename... Values> class Table
 {
 public:

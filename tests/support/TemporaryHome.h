@@ -9,7 +9,7 @@
 
 #include <cstdlib>
 
-/// Runs `action` as a user whom permissions bind, which root is not.
+/// Runs `action` as a user other than root, who ignores permissions.
 template <typename Action> void asOrdinaryUser(const Action &action)
 {
     const bool root = geteuid() == 0;
@@ -21,14 +21,14 @@ template <typename Action> void asOrdinaryUser(const Action &action)
         qFatal("cannot be root again");
 }
 
-/// Where the folders of a test lie. Root's own folder of temporary files may be closed to the user
-/// that asOrdinaryUser makes of it.
+/// Where tests create folders. Root's own folder for temporary files may be closed to the user of
+/// asOrdinaryUser.
 inline QString temporaryFolder()
 {
     return (geteuid() == 0 ? QStringLiteral("/tmp") : QDir::tempPath()) + "/tst-XXXXXX";
 }
 
-/// A home of the test's own, so that no user's settings are read or written.
+/// A temporary home, so that the user's own settings are neither read nor written.
 class TemporaryHome
 {
 public:
@@ -51,8 +51,8 @@ public:
             qFatal("cannot write %s", qPrintable(path));
     }
 
-    /// Puts what is no regular file at `path`: a "pipe" that nobody writes to, a "device" or a
-    /// "folder".
+    /// Creates at `path` something other than a regular file: a "pipe" without a writer, a
+    /// "device" or a "folder".
     static void putInPlace(const QByteArray &kind, const QString &path)
     {
         const QByteArray name = QFile::encodeName(path);

@@ -7,7 +7,7 @@
 
 using namespace Tavrel;
 
-/// A time database with the sample's tables, looked at past the code under test.
+/// A time database with the sample employees, accessed without the code under test.
 class TestDatabase
 {
 public:
@@ -22,7 +22,7 @@ public:
         return TemporaryHome::read(":/store/schema.sql") + TemporaryHome::read(SAMPLE_PEOPLE);
     }
 
-    /// Runs statements; the rows that they give, a line a row, columns separated by "|".
+    /// Runs statements and returns their rows, one line for each, with columns separated by "|".
     QString run(const QByteArray &sql) const
     {
         sqlite3 *database = nullptr;

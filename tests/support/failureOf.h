@@ -4,7 +4,7 @@
 
 using namespace Tavrel;
 
-/// The number of the failure that `action` throws; 0 when it throws none.
+/// Returns the number of the Failure that `action` throws; 0 if it throws none.
 template <typename Action> std::int32_t failureOf(const Action &action)
 {
     try {

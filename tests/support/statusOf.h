@@ -3,8 +3,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-/// Runs `action` in a process of its own, which ends with the status that it returns, and returns
-/// what waitpid says of that end; -1 when there was no such process.
+/// Runs `action` in a new process, which exits with the status that it returns. Returns the status
+/// from waitpid; -1 if there was no such process.
 template <typename Action> int statusOf(const Action &action)
 {
     const pid_t process = fork();

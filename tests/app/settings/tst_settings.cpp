@@ -91,13 +91,14 @@ private Q_SLOTS:
         QFETCH(QByteArray, content);
         QFETCH(int, permissions);
         home.writeSettings(content);
-        get("Punch", "ClockIn"); // a reader that has seen the file makes no difference
+        get("Punch", "ClockIn"); // having read the file before makes no difference
         QFile::setPermissions(home.settingsFile(), QFile::Permissions(permissions));
         for (const char *folder : {".", "Tavrel"})
             QFile::setPermissions(home.path(folder), QFile::Permissions(0x7777));
         asOrdinaryUser(
             [] { QCOMPARE(failureOf([] { save("ClockIn", "new"); }), Failure::PathFileAccess); });
-        QFile::setPermissions(home.settingsFile(), QFile::Permissions(0x6666)); // to look into it
+        QFile::setPermissions(home.settingsFile(),
+                              QFile::Permissions(0x6666)); // so that others may read it
         QCOMPARE(home.readSettings(), content);
         QCOMPARE(QDir(home.path("Tavrel")).entryList(QDir::NoDotAndDotDot | QDir::AllEntries),
                  QStringList("Tavrel.conf"));
@@ -130,7 +131,7 @@ private Q_SLOTS:
         const int status = statusOf([&] {
             const rlimit noMore{static_cast<rlim_t>(before.size()), RLIM_INFINITY};
             setrlimit(RLIMIT_FSIZE, &noMore);
-            std::signal(SIGXFSZ, SIG_DFL); // the first byte that the file grows by kills
+            std::signal(SIGXFSZ, SIG_DFL); // the first byte that grows the file kills the process
             save("ClockIn", "killed");
             return 0;
         });
@@ -182,13 +183,13 @@ private Q_SLOTS:
         getrlimit(RLIMIT_FSIZE, &before);
         std::signal(SIGXFSZ, SIG_IGN);
         save("ClockIn", "old");
-        const rlimit fullDisk{20, before.rlim_max}; // the copy fits, but nothing more
+        const rlimit fullDisk{20, before.rlim_max}; // the copy fits, but no more
         setrlimit(RLIMIT_FSIZE, &fullDisk);
         const int failure = failureOf([] { save("ClockIn", "new"); });
         setrlimit(RLIMIT_FSIZE, &before);
         QCOMPARE(failure, 75);
         QCOMPARE(get("Punch", "ClockIn"), "old");
-        save("ClockOut", "later"); // and nothing of the failed one comes along
+        save("ClockOut", "later"); // and nothing of the failed write is saved with it
         QCOMPARE(get("Punch", "ClockIn"), "old");
     }
 
@@ -206,7 +207,7 @@ private Q_SLOTS:
         QCOMPARE(failureOf([] { save("ClockIn", "2"); }), 75);
         QVERIFY(QFile::exists(home.path("elsewhere/8")));
 
-        // A link to a file that is not there yet stays a link.
+        // A link to a file that does not exist yet stays a link.
         QVERIFY(QFile::remove(drafts) && QFile::remove(home.settingsFile()));
         QVERIFY(QFile::link(home.path("elsewhere/conf"), home.settingsFile()));
         save("ClockIn", "3");
@@ -221,12 +222,13 @@ private Q_SLOTS:
         QVERIFY(QFile::link(QStringLiteral("/nowhere/at/all"), link));
         QCOMPARE(serialDevice(31), link);
 
-        // The user's link goes before the administrator's, and that before the port of the board.
+        // The user's link takes precedence over the administrator's, and that over the built-in
+        // port.
         const QString devices = home.path("devices");
         QVERIFY(QDir().mkpath(devices) && QFile::link("/nowhere", devices + "/COM31"));
         constexpr int NotAllowed = 77;
         const int status = statusOf([&] {
-            // The folder takes the place of /dev, for this process alone.
+            // The folder replaces /dev, only for this process.
             if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0 ||
                 mount(qPrintable(devices), "/dev", nullptr, MS_BIND, nullptr) != 0)
                 return NotAllowed;

@@ -96,7 +96,7 @@ private Q_SLOTS:
         t.find();
         t.rows.Collect("RecordCount", 9);
         t.rows.Collect("DateTime", QDateTime(QDate(2026, 3, 9), QTime(9, 5, 7)));
-        t.database.run("BEGIN EXCLUSIVE; " + meanwhile + "; COMMIT"); // nobody is locked out
+        t.database.run("BEGIN EXCLUSIVE; " + meanwhile + "; COMMIT"); // no one is locked out
         QCOMPARE(failureOf([&] { t.rows.Update(); }), failure);
         if (failure == 0)
             QCOMPARE(t.database.run("SELECT RecordCount, DateTime FROM RawData"),
@@ -112,7 +112,7 @@ private Q_SLOTS:
         t.rows.Collect("RecordCount", 1);
         QVERIFY(failureOf([&] { t.rows.Update(); }) != 0); // ID must not be Null
         t.rows.Collect("ID", 1);
-        QVERIFY(failureOf([&] { t.rows.Update(); }) != 0); // the trigger drops it in silence
+        QVERIFY(failureOf([&] { t.rows.Update(); }) != 0); // the trigger drops it silently
         t.rows.Collect("ID", 2);
         t.rows.Close();
         t.rows.Open(Batches);
@@ -131,7 +131,7 @@ private Q_SLOTS:
             ++waits;
             Statement(other, "COMMIT").execute();
         };
-        t.connection.ConnectionTimeout = {}; // a statement waits by its own time-out
+        t.connection.ConnectionTimeout = {}; // a statement has its own time-out
         t.rows.Open(Batches);
         t.find();
         t.rows.Collect("RecordCount", 2);
@@ -185,7 +185,7 @@ private Q_SLOTS:
         QCOMPARE(t.rows.RecordCount(), 0);
     }
 
-    /// As in an installed system, where the data lie apart from the program.
+    /// As installed, with the database in a separate folder.
     void a_link_stands_for_the_file_that_it_names()
     {
         Fixture t("INSERT INTO RawData VALUES (7, 1, NULL, 'MSR')");

@@ -12,7 +12,7 @@
 
 using namespace Tavrel;
 
-/// What others may put into the database, or beside it, when they may write its folder.
+/// What other users may put into the database, or beside it, if they may write its folder.
 class TestUntrusted : public QObject
 {
     Q_OBJECT
@@ -135,8 +135,8 @@ private:
 
         void punch() { SavePunch(host, environment, QStringLiteral("1001"), host.Now(), 1); }
 
-        /// Leaves a journal without a page, as of a transaction that was cut off, which belongs
-        /// to the super-journal `name`.
+        /// Leaves a journal without pages, as of an interrupted transaction, that belongs to the
+        /// super-journal `name`.
         void leaveJournal(const QByteArray &name) const
         {
             constexpr quint32 PageSize = 4096;

@@ -12,13 +12,13 @@
 
 using namespace Tavrel;
 
-/// A control on the line of a reader.
+/// A control on a reader's line.
 static TermiosComm onLine(const VirtualReader &reader)
 {
     return TermiosComm([device = reader.device()](std::int16_t) { return device; });
 }
 
-/// A reader and a port that is open on its line.
+/// A reader and an open port on its line.
 struct OpenLine {
     OpenLine() { comm.PortOpen(true); }
 
@@ -58,7 +58,7 @@ private Q_SLOTS:
         QCOMPARE(parsed.checksParity, (parsed.controlBits & PARENB) != 0);
     }
 
-    /// Good bytes, a good FF, a byte in error and a byte 00 in error, cut at every place.
+    /// Good bytes, a good FF, a faulty byte and a faulty 00, split at every position.
     void marks()
     {
         const QByteArray raw("A\xFF\xFF"
@@ -94,7 +94,7 @@ private Q_SLOTS:
         QVERIFY_EXCEPTION_THROWN(second.PortOpen(true), Failure);
         QVERIFY(!second.PortOpen());
         line.comm.PortOpen(false);
-        line.reader.send("old"); // is thrown away with the next opening
+        line.reader.send("old"); // discarded by the next opening
         second.PortOpen(true);
         line.reader.send("new");
         QTRY_COMPARE(second.InBufferCount(), std::int16_t(3));
@@ -102,8 +102,8 @@ private Q_SLOTS:
         QVERIFY(second.Input().isEmpty());
     }
 
-    /// As the terminal of the session it would end the clock when the reader is pulled out.
-    void the_line_is_no_terminal_of_the_session()
+    /// If it did, unplugging the reader would end the clock.
+    void the_line_does_not_become_the_controlling_terminal()
     {
         const VirtualReader reader;
         const int status = statusOf([&] {
@@ -115,7 +115,7 @@ private Q_SLOTS:
         QCOMPARE(status, 0);
     }
 
-    /// Whatever flags others have left, and whatever format the line had before.
+    /// Whatever flags other programs left, and whatever format the line had before.
     void every_byte_passes_but_for_bit_7_of_seven()
     {
         VirtualReader reader;
@@ -168,7 +168,7 @@ private Q_SLOTS:
         line.reader.receive();
         line.comm.Output("new");
         QCOMPARE(line.reader.receive(3), QByteArray("new"));
-        QTest::qWait(0); // lets more go out, if there is any
+        QTest::qWait(0); // lets any remaining bytes go out
         QVERIFY(line.reader.receive().isEmpty());
     }
 
@@ -177,7 +177,7 @@ private Q_SLOTS:
         OpenLine line;
         line.reader.send(QByteArray(1000, 'a') + QByteArray(500, 'b'));
         QTRY_COMPARE(line.comm.InBufferCount(), std::int16_t(1024));
-        QTest::qWait(0); // lets the rest, if any, come in and be dropped
+        QTest::qWait(0); // lets any remaining bytes arrive and be dropped
         QCOMPARE(line.comm.Input(), QByteArray(1000, 'a') + QByteArray(24, 'b'));
 
         QByteArray much;
@@ -188,7 +188,7 @@ private Q_SLOTS:
         QByteArray arrived;
         QTRY_VERIFY(arrived.append(line.reader.receive(0)).size() == much.size());
         QVERIFY(arrived == much);
-        QTRY_VERIFY(!QEventLoop().processEvents()); // nothing keeps the processor at work
+        QTRY_VERIFY(!QEventLoop().processEvents()); // nothing keeps the processor busy
     }
 
     void a_reader_takes_away_its_own_link_alone()
@@ -208,7 +208,7 @@ private Q_SLOTS:
         QCOMPARE(QFile::symLinkTarget(home.path("COM2")), "/dev/null");
     }
 
-    /// Some adapters answer with an error then, as a terminal does that belongs to others.
+    /// Some adapters then report an error, as does another session's terminal.
     void a_line_that_only_fails_is_given_back()
     {
         const VirtualReader reader;
@@ -229,7 +229,7 @@ private Q_SLOTS:
         QCOMPARE(status, 0);
     }
 
-    /// Whether the loss is met by an event, by looking for input or by sending.
+    /// Whether an event, a look for input or sending detects the loss.
     void a_pulled_reader_leaves_the_port_open_in_name()
     {
         QString device;

@@ -10,7 +10,7 @@ class TestConversions : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    /// Texts as numbers: in the lenient way of settings, which knows no locale, and strictly.
+    /// Texts as numbers: leniently, as for settings and without a locale, and strictly.
     void texts_data()
     {
         Table<QString, QString, int, int> row("locale", "text", "value", "failure");
@@ -68,14 +68,14 @@ private Q_SLOTS:
             row(locale, "2026-11-22 12:00:00", 46348.5, 0);
             row(locale, "2026-11-22", 46348.0, 0);
             row(locale, "17.30.00", afternoon, 0);
-            row(locale, "10.12.05", (10 * 3600 + 12 * 60 + 5) / 86400.0, 0); // no date
+            row(locale, "10.12.05", (10 * 3600 + 12 * 60 + 5) / 86400.0, 0); // not a date
             for (const char *bad : {"", "noon", "25:00:00", "12:60:00", "12", "0730", "-1", "1e9"})
                 row(locale, bad, 0.0, 13);
         }
         row("ko_KR", "\uC624\uD6C4 5:30", afternoon, 0); // the mark for PM comes first
         row("ar_EG", "\u0661\u0667:\u0663\u0660", afternoon, 0);
         row("en_US", "12:00:00 am", 0.0, 0);
-        row("en_US", "10/12/05", 2112.0, 0); // no time
+        row("en_US", "10/12/05", 2112.0, 0); // not a time
         row("de_DE", "10/12", (10 * 3600 + 12 * 60) / 86400.0, 0);
         row("fi_FI", "5.30 ip.", afternoon, 0); // afternoon, but morning in smn_FI
         row("smn_FI", "5.30 ip.", afternoon - 0.5, 0);
@@ -103,7 +103,7 @@ private Q_SLOTS:
             QHash<QString, QString> writers{{time.toString(u"HH:mm:ss"), "all"}};
             for (const QLocale &locale : all)
                 writers.insert(formatTimeOfDay(time, locale), locale.name());
-            QVERIFY(writers.size() > 50); // the others write as one of these does
+            QVERIFY(writers.size() > 50); // the other locales write like one of these
             for (const QLocale &reader : all) {
                 for (const auto &[text, writer] : writers.asKeyValueRange()) {
                     const auto [date, read] = parseDateAndTime(text, reader);

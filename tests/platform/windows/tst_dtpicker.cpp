@@ -27,7 +27,7 @@ public:
         ok.setFocus();
     }
 
-    /// Where the n-th number or word of the text stands in the line.
+    /// The position of the n-th number or word in the text.
     QPoint placeOf(int number)
     {
         static const QRegularExpression words(QStringLiteral("\\d+|\\p{L}+"),
@@ -42,8 +42,8 @@ public:
         return place;
     }
 
-    /// Tab or Backtab into the field, when `where` is ⇥ or ⇤, with another group current than the
-    /// one to be entered; else a click on that number or word.
+    /// Tab or Backtab into the field if `where` is ⇥ or ⇤, with a current group other than the one
+    /// to be entered; otherwise a click on that number or word.
     void enter(QChar where)
     {
         if (where.isDigit())
@@ -66,7 +66,7 @@ public:
                             combination.keyboardModifiers());
     }
 
-    /// Presses the keys of the characters, one by one.
+    /// Presses the key for each character.
     void type(const QString &text)
     {
         for (const char32_t character : text.toUcs4())
@@ -79,7 +79,7 @@ public:
         press("✓");
     }
 
-    /// The time of the value; "torn" where the text shows another one.
+    /// The time of the value; "torn" if the text shows a different one.
     QString time()
     {
         const QTime shown = parseDateAndTime(picker.text(), picker.locale()).time;
@@ -98,7 +98,7 @@ class TestDTPicker : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    /// What comes out of a field that is entered at `where`, by Enter too, in each of the formats.
+    /// The time in a field entered at `where`, also after Enter, in each of the formats.
     void typing_data()
     {
         Table<QString, QString, QString, QString> row("formats", "where", "keys", "time");
@@ -124,7 +124,7 @@ private Q_SLOTS:
         row(all, "0", "24", "08:15:45");
         row(all, "0", "2530", "08:30:45");
         row(all, "0", "24:00", "08:00:45");
-        row(all, "0", "130", "13:00:45"); // no "1:30", for there may be more
+        row(all, "0", "130", "13:00:45"); // not "1:30", as more may follow
         row(all, "1", "xyz", "08:15:45");
         row(all, "1", "3x0", "08:30:45");
         row(all, "2", "↓⇱↓", "07:15:44");
@@ -138,7 +138,7 @@ private Q_SLOTS:
         row(all, "1", "∀1130", "11:30:00");
         row(all, "1", "∀12:30", "12:30:00");
         row(all, "1", "∀x24", "00:00:00");
-        row("C de_DE en_US ar_EG", "1", "∀p", "20:15:45"); // no digit
+        row("C de_DE en_US ar_EG", "1", "∀p", "20:15:45"); // not a digit
         row(all, "1", "30↶", "08:30:45");
         row(all, "0", "٠٧٣٠", "07:30:45");
         row("C de_DE", "0", "⇲23", "08:15:23");
@@ -164,7 +164,7 @@ private Q_SLOTS:
         row("ko_KR", "⇥", "1후5", "13:05:45");
         row("fr_CA", "0", "1h5", "01:05:45");
         row("fr_CA", "0", "1m5", "15:15:45");
-        row("eo_001", "0", "21a5", "21:05:45"); // which parts it from the minutes
+        row("eo_001", "0", "21a5", "21:05:45"); // "a" separates it from the minutes
     }
     void typing()
     {
@@ -186,8 +186,8 @@ private Q_SLOTS:
         }
     }
 
-    /// A text gives the same time when it is pasted or dropped, and when it is typed over all of
-    /// another time or over midnight.
+    /// A text gives the same time whether it is pasted, dropped, or typed over another time or over
+    /// midnight.
     void texts_data()
     {
         const Table<QString, QString, QString> row("formats", "text", "time");
@@ -228,9 +228,10 @@ private Q_SLOTS:
         row(all, "21 h 30 min 05 s", "21:30:05");
         row(all, "21-a horo kaj 30:05", "21:30:05");
         row("ja_JP", "午後9時30分", "21:30:00");
-        row("fi_FI", "9.30 ip.", "21:30:00"); // the other half in another format
+        row("fi_FI", "9.30 ip.", "21:30:00"); // in another format, the other half of the day
         row("smn_FI", "9.30 ip.", "09:30:00");
-        row("bem_ZM to_TO lv_LV lt_LT", "12:30 AM", "00:30:00"); // with letters of both of theirs
+        row("bem_ZM to_TO lv_LV lt_LT", "12:30 AM",
+            "00:30:00"); // its letters occur in both of their marks
         row("bem_ZM to_TO lv_LV lt_LT", "12:30 PM", "12:30:00");
         for (const char *none : {"", "x", "COM1", "5 people", "25:00", "10:60", "13 pm", "0 am",
                                  "1 2 3 4", "22.11.2026", "2026-11-22", "12 am - 5 pm", "5 pm 30",
@@ -253,7 +254,7 @@ private Q_SLOTS:
             dropped.setText(text);
             QDragEnterEvent arrival({5, 5}, Qt::CopyAction, &dropped, Qt::LeftButton, {});
             QDropEvent drop({5, 5}, Qt::CopyAction | Qt::MoveAction, &dropped, Qt::LeftButton,
-                            Qt::ShiftModifier); // which asks for the text to be moved
+                            Qt::ShiftModifier); // requests moving the text
             field.picker.Value("08:15:45");
             QApplication::sendEvent(&field.picker, &arrival);
             QApplication::sendEvent(&field.picker, &drop);
@@ -295,7 +296,7 @@ private Q_SLOTS:
         QCOMPARE(field.time(), "09:00:00");
     }
 
-    /// What an input method composes is typed when it is done; nothing else gets at the text.
+    /// What an input method composes counts as typed once committed; nothing else changes the text.
     void other_ways_in()
     {
         Field field("en_US");
@@ -337,8 +338,8 @@ private Q_SLOTS:
         QCOMPARE(field.time(), "07:16:47");
     }
 
-    /// The same typing in every format; what is shown can be copied and pasted; where there is no
-    /// room for the format the 24-hour clock stands in for it.
+    /// The same typing in every format; the text shown can be copied and pasted; if the format does
+    /// not fit, the 24-hour format is used instead.
     void in_every_format()
     {
         Field field("C");
