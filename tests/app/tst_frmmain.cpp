@@ -431,13 +431,13 @@ private Q_SLOTS:
 
     /// Swipes while the Options dialog is up, opened inside a reader wait, as most clicks do, or
     /// between two ticks.
-    void swipes_behind_the_options_data()
+    void swipes_while_options_is_open_data()
     {
         Table<bool> row("insideWait");
         row("inside a wait", true);
         row("between two ticks", false);
     }
-    void swipes_behind_the_options()
+    void swipes_while_options_is_open()
     {
         QFETCH(bool, insideWait);
         VirtualReader other;

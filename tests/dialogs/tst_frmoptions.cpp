@@ -127,7 +127,7 @@ private Q_SLOTS:
         QCOMPARE(storedTime("ClockOut"), timeOfDay(QTime::fromString(first.shown()[2])));
     }
 
-    void it_has_no_icon_though_its_owner_has()
+    void it_lacks_the_icon_of_its_owner()
     {
         Dialog dialog;
         QPixmap red(16, 16);

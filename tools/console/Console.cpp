@@ -71,7 +71,7 @@ QString mistakeInCommand(std::span<const Command> commands, const QStringList &a
 QString parse(QCommandLineParser &parser)
 {
     // Qt's own help option would add --help-all.
-    const QCommandLineOption help({u"h"_s, u"help"_s}, u"Display this help."_s);
+    const QCommandLineOption help({u"h"_s, u"help"_s}, u"Displays this help."_s);
     parser.addOption(help);
     const QCommandLineOption version = parser.addVersionOption();
     QCoreApplication::setApplicationVersion(QStringLiteral(TAVREL_VERSION));

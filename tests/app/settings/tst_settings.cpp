@@ -104,13 +104,13 @@ private Q_SLOTS:
                  QStringList("Tavrel.conf"));
     }
 
-    void what_is_no_file_is_not_opened_data()
+    void only_a_regular_file_is_opened_data()
     {
         QTest::addColumn<QByteArray>("kind");
         for (const char *kind : {"pipe", "device", "folder"})
             QTest::newRow(kind) << QByteArray(kind);
     }
-    void what_is_no_file_is_not_opened()
+    void only_a_regular_file_is_opened()
     {
         QFETCH(QByteArray, kind);
         save("ClockIn", "old");
@@ -193,7 +193,7 @@ private Q_SLOTS:
         QCOMPARE(get("Punch", "ClockIn"), "old");
     }
 
-    void what_is_no_draft_stays()
+    void only_drafts_are_removed()
     {
         const QString drafts = home.settingsFile() + ".draft";
         QVERIFY(QDir().mkpath(drafts));

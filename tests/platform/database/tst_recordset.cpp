@@ -149,7 +149,7 @@ private Q_SLOTS:
         QCOMPARE(failureOf([&] { t.rows.AddNew(); }), 3251);
     }
 
-    void files_that_are_no_database_data()
+    void files_that_are_not_databases_data()
     {
         Table<QByteArray, QString> row("content", "words");
         row("noise", QByteArray(5000, 'x'), "file is not a database: %1");
@@ -158,7 +158,7 @@ private Q_SLOTS:
             "before it can be used.");
         row("empty", "", "no such table: RawData");
     }
-    void files_that_are_no_database()
+    void files_that_are_not_databases()
     {
         QFETCH(QByteArray, content);
         QFETCH(QString, words);
@@ -186,7 +186,7 @@ private Q_SLOTS:
     }
 
     /// As installed, with the database in a separate folder.
-    void a_link_stands_for_the_file_that_it_names()
+    void a_link_opens_its_target()
     {
         Fixture t("INSERT INTO RawData VALUES (7, 1, NULL, 'MSR')");
         QTemporaryDir program;
@@ -228,13 +228,13 @@ private Q_SLOTS:
         });
     }
 
-    void what_is_no_file_is_not_opened_data()
+    void only_a_regular_file_is_opened_data()
     {
         QTest::addColumn<QByteArray>("kind");
         for (const char *kind : {"pipe", "device", "folder"})
             QTest::newRow(kind) << QByteArray(kind);
     }
-    void what_is_no_file_is_not_opened()
+    void only_a_regular_file_is_opened()
     {
         QFETCH(QByteArray, kind);
         Fixture t;

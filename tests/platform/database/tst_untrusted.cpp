@@ -54,7 +54,7 @@ private Q_SLOTS:
         QCOMPARE(t.database.run("SELECT count(*) FROM RawDataDetails"), "1");
     }
 
-    void a_journal_names_no_other_file_data()
+    void a_journal_naming_another_file_leaves_that_alone_data()
     {
         Table<QString> row("named");
         row("a file", "%1");
@@ -62,7 +62,7 @@ private Q_SLOTS:
         row("a pipe", "%1.pipe");
         row("nothing", "%1.nothing");
     }
-    void a_journal_names_no_other_file()
+    void a_journal_naming_another_file_leaves_that_alone()
     {
         QFETCH(QString, named);
         Fixture t;
