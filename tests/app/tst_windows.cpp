@@ -5,6 +5,7 @@
 #include "tests/support/TemporaryHome.h"
 
 #include <QLabel>
+#include <QTabWidget>
 
 /// The visible controls of a window.
 static QWidgetList controlsOf(const QWidget &window)
@@ -83,7 +84,7 @@ private Q_SLOTS:
     {
         QFETCH(QString, window);
         QFETCH(int, tab);
-        options->findChild<SSTab *>("SSTab1")->Tab(tab);
+        options->findChild<QTabWidget *>("SSTab1")->setCurrentIndex(tab);
         const QWidgetList controls = controlsOf(named(window));
         QVERIFY(!controls.isEmpty());
         for (const QWidget *control : controls) {
