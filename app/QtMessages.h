@@ -6,15 +6,15 @@ namespace Tavrel
 /// Qt's messages on standard error, and the end of a program that has no display.
 ///
 /// Without a display Qt prints several messages and then aborts. If keep() was called before the
-/// QApplication was created, a fatal Qt message ends the process as Host::End does, but with status
-/// 1 and one line: the name of the program, the messages kept, the fatal one.
+/// QApplication was created, a fatal Qt message instead ends the process at once, with status 1,
+/// after printing one line: the name of the program, the messages kept back, and the fatal one.
 namespace QtMessages
 {
 
-/// Holds messages back from now on.
+/// Keeps messages back from now on.
 void keep();
 
-/// Prints the messages held back, and from now on each message as it comes.
+/// Prints the messages kept back, and from now on each message as it comes.
 void pass();
 
 } // namespace QtMessages

@@ -22,10 +22,13 @@ public:
     /// Polls the reader once. If a card was read it looks up the name, shows the punch in the Punch
     /// Information window and stores it, in this order, so that the person sees the punch before it
     /// is stored. Does nothing if there is no card, the port is closed or the reader refused the
-    /// card. A frame without the chosen track is a punch with an empty badge; so is a failure in
-    /// the driver, which shows its own message box and returns success. A track that does not
-    /// exist, and a failure of the window, show a message box with the description, and nothing is
-    /// stored.
+    /// card. A frame that lacks the chosen track is stored as a punch with an empty badge. So is a
+    /// failure inside the driver, because the driver shows its own message box and then returns
+    /// success. A track that does not exist, and a failure of the window, show a message box with
+    /// the description, and nothing is stored.
+    ///
+    /// While Options is open, cards are read only if it was opened between two polls; if the click
+    /// on Options was delivered during a poll, that poll lasts until Options is closed.
     ///
     /// Must not be called from inside itself: the inner read would return success without reading,
     /// which counts as a swipe.

@@ -66,8 +66,7 @@ public:
 
     void restart() { m_mark = m_host.GetTickCount(); }
 
-    /// The milliseconds left until more than `milliseconds`, not exactly as many, have passed; 0
-    /// after that.
+    /// The milliseconds left until strictly more than `milliseconds` have passed; 0 from then on.
     std::int32_t left(std::int32_t milliseconds)
     {
         const std::int32_t now = m_host.GetTickCount();
@@ -209,8 +208,8 @@ void CMRW::Delay(std::int32_t i_lMilliseconds)
 }
 
 /// Polls up to `polls` times for the answer to a command. Returns true once an answer has begun and
-/// has had time to finish; it is not read yet. `poll` is the number of the poll that found it, from
-/// 1.
+/// has had time to finish; it is not read yet. `poll` is then the number of the poll that found it,
+/// counted from 1.
 bool CMRW::answerArrives(int polls, int &poll)
 {
     for (poll = 1; poll <= polls; ++poll) {

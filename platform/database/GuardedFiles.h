@@ -17,8 +17,8 @@ namespace Tavrel
 ///   back.
 /// - Only the journals of a database opened through this layer are ever deleted.
 ///
-/// The second point holds for every file that SQLite opens in this process. SQLite's memory is
-/// limited as well: a statement that needs more than 64 MiB fails with SQLITE_NOMEM.
+/// The rule about opening holds for every file that SQLite opens in this process. SQLite's memory
+/// is limited as well: a statement that needs more than 64 MiB fails with SQLITE_NOMEM.
 ///
 /// Not thread-safe.
 const char *guardedFiles();

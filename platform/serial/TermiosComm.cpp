@@ -59,8 +59,8 @@ void configure(int device, const LineSettings &wanted, bool pseudoTerminal)
     Failure::unless(::cfsetospeed(&line, wanted.rate) == 0);
     Failure::unless(::tcsetattr(device, TCSANOW, &line) == 0);
 
-    // tcsetattr succeeds if any of the changes could be made. On a pseudo-terminal the others do
-    // not matter.
+    // tcsetattr succeeds even if it could make only some of the changes, so rate and parity are
+    // checked. A pseudo-terminal ignores them, which does no harm.
     constexpr tcflag_t ParityMask = PARENB | PARODD | CMSPAR;
     termios actual = {};
     Failure::unless(::tcgetattr(device, &actual) == 0);

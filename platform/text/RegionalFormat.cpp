@@ -22,8 +22,8 @@ constexpr qint64 DayZero = 2415019; // 30 December 1899, as a Julian day
 
 constexpr QStringView PlainTime = u"HH:mm:ss";
 
-/// The user's long time format as a Qt pattern, without the time zone; HH:mm:ss for a format with
-/// letters other than Qt's.
+/// The user's long time format as a Qt pattern, without the time zone; HH:mm:ss if the format has
+/// pattern letters that Qt does not know.
 QString longTimePattern(const QLocale &locale)
 {
     static const QString KnownLetters = u"hHmsaApP"_s;

@@ -69,14 +69,14 @@ struct TimeReading {
 
 /// Reads hours, minutes and seconds: one to three numbers, in digits of any script, with or without
 /// a half of the day before or after them. They may be separated by anything but digits and
-/// letters, by the words of any locale's long format ("7h30"), or by nothing ("0730"). The halves
-/// are AM and PM, or A and P, the user's own marks and those of all 12-hour formats, with any
-/// blanks and dots ("5 p.m."). A mark that means different halves in different locales is not
-/// accepted.
+/// letters, by the words of any locale's long format ("7h30"), or by nothing ("0730"). The marks
+/// for the half of the day are AM, PM, A, P, the user's own, and those of every locale with a
+/// 12-hour format, with any blanks and dots ("5 p.m."). A mark that means AM in one locale and PM
+/// in another is rejected.
 ///
-/// Text of any other form has no valid `time`. The other members are filled in all the same, for
-/// text that is being typed, from the part `first` on: letters without a meaning are ignored,
-/// except A, P and those found in only one of the user's two marks, and the last half given counts.
+/// Otherwise `time` is invalid. The other members are filled in anyway, for text that is still
+/// being typed, starting at the part `first`: letters are ignored, except that A, P and those that
+/// occur in only one of the user's two marks count as that mark; the last mark wins.
 TimeReading readTime(const QString &text, const QLocale &locale = userLocale(),
                      TimePart::Kind first = TimePart::Hours);
 

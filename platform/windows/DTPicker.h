@@ -17,12 +17,12 @@ namespace Tavrel
 ///   text. Typing moves on to the next group when one is full or no second digit can follow. Hours
 ///   that do not exist leave the group unchanged. In a 12-hour format 1 to 12 stay in their half
 ///   unless everything was selected, 13 to 23 are afternoon hours and 00 is midnight.
-/// - A separator of any length moves to the next group, unless the digits before it have just done
-///   so.
+/// - A separator of any length moves to the next group, unless the digits typed before it
+///   already did.
 /// - A, P and letters found in only one of the format's two marks choose the half of the day, from
 ///   any group, even in a 24-hour format. Letters without a meaning are ignored.
 /// - Left, Right, Home, End and a click choose the group; entering the field with the keyboard
-///   chooses the hours, which are also current at first. The wheel chooses the group under the
+///   chooses the hours, which are current at first, too. The wheel chooses the group under the
 ///   pointer. Up, Down, the wheel and the spin buttons step the group and wrap around.
 /// - Delete, Backspace and Cut set the group to 00 (the hours of a 12-hour format to 12 in their
 ///   half; the half stays as it is), or the time to midnight if everything is selected. Right after

@@ -212,7 +212,7 @@ bool DatabaseCheck::checkTables()
     return takesPunches;
 }
 
-/// What a table lacks, as reported by the database.
+/// SQLite's error messages for the needed columns that the table lacks.
 QStringList DatabaseCheck::missingColumns(const char *table)
 {
     QStringList missing;
