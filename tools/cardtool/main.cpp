@@ -279,7 +279,7 @@ QString mistakeIn(const QCommandLineParser &parser, const Options &options)
     static const QRegularExpression parityLetter(u"^[oemsn]$"_s);
 
     const QStringList arguments = parser.positionalArguments();
-    if (const QString mistake = mistakeInCommand(Commands, arguments); !mistake.isEmpty())
+    if (QString mistake = mistakeInCommand(Commands, arguments); !mistake.isEmpty())
         return mistake;
     const QString name = arguments[0].toLower();
 
