@@ -60,16 +60,16 @@ private Q_SLOTS:
     }
     void frame()
     {
-        const QWidget &window = named(QTest::currentDataTag());
-        QTEST(window.windowTitle(), "title");
-        const QImage icon = window.windowIcon().pixmap(32).toImage();
+        const QWidget *window = named(QTest::currentDataTag());
+        QTEST(window->windowTitle(), "title");
+        const QImage icon = window->windowIcon().pixmap(32).toImage();
         QVERIFY(!icon.isNull());
         QTEST(icon.pixelColor(icon.rect().center()).alpha() > 0, "hasIcon");
-        const Qt::WindowFlags buttons = window.windowFlags();
+        const Qt::WindowFlags buttons = window->windowFlags();
         QTEST(buttons.testFlag(Qt::WindowMinimizeButtonHint), "canBeMinimised");
         QVERIFY(buttons.testFlag(Qt::WindowCloseButtonHint));
         QVERIFY(!buttons.testFlag(Qt::WindowMaximizeButtonHint));
-        QCOMPARE(window.minimumSize(), window.maximumSize());
+        QCOMPARE(window->minimumSize(), window->maximumSize());
     }
 
     void places_data()
@@ -85,7 +85,7 @@ private Q_SLOTS:
         QFETCH(QString, window);
         QFETCH(int, tab);
         options->findChild<QTabWidget *>("SSTab1")->setCurrentIndex(tab);
-        const QWidgetList controls = controlsOf(named(window));
+        const QWidgetList controls = controlsOf(*named(window));
         QVERIFY(!controls.isEmpty());
         for (const QWidget *control : controls) {
             const QByteArray name = control->objectName().toUtf8();
@@ -126,10 +126,10 @@ private Q_SLOTS:
     }
 
 private:
-    static QWidget &named(const QString &name)
+    static QWidget *named(const QString &name)
     {
         const QWidgetList all = QApplication::topLevelWidgets();
-        return **std::ranges::find(all, name, &QWidget::objectName);
+        return *std::ranges::find(all, name, &QWidget::objectName);
     }
 
     TemporaryHome home;
