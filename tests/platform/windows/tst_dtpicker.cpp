@@ -164,7 +164,8 @@ private Q_SLOTS:
         row("ko_KR", "⇥", "1후5", "13:05:45");
         row("fr_CA", "0", "1h5", "01:05:45");
         row("fr_CA", "0", "1m5", "15:15:45");
-        row("eo_001", "0", "21a5", "21:05:45"); // "a" separates it from the minutes
+        if (QLocale("eo_001").timeFormat().contains(u"'a'")) // no longer in Qt 6.8
+            row("eo_001", "0", "21a5", "21:05:45");          // "a" separates it from the minutes
     }
     void typing()
     {
@@ -226,7 +227,7 @@ private Q_SLOTS:
         row(all, "٩:٣٠ م", "21:30:00");
         row(all, "21時30分05秒", "21:30:05");
         row(all, "21 h 30 min 05 s", "21:30:05");
-        row(all, "21-a horo kaj 30:05", "21:30:05");
+        row(all, "Klock 21.30:05", "21:30:05");
         row("ja_JP", "午後9時30分", "21:30:00");
         row("fi_FI", "9.30 ip.", "21:30:00"); // in another format, the other half of the day
         row("smn_FI", "9.30 ip.", "09:30:00");

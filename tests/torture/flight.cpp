@@ -1,5 +1,6 @@
-// Swipes badges through the clock's window in one process: more of them than a tick of 100 ms
-// leaves time for, or on days that fly past. scripts/torture calls it.
+// Swipes badges at the clock's window in one process: more of them than a tick of 100 ms leaves
+// time for, or one a minute on simulated days. scripts/torture runs it, in a folder with a
+// database, as `flight frames COUNT SEED` or `flight ticks MINUTES SEED`.
 
 #include "app/frmMain.h"
 #include "app/settings/SettingsStore.h"
@@ -8,6 +9,7 @@
 #include "platform/host/EventLoopHost.h"
 #include "platform/text/RegionalFormat.h"
 #include "store/DataEnvironment.h"
+#include "tests/support/RecordingHost.h"
 #include "tools/virtual-reader/VirtualReader.h"
 
 #include <QApplication>
@@ -22,11 +24,12 @@
 #include <random>
 
 using namespace Tavrel;
+using namespace Qt::StringLiterals;
 
 namespace
 {
 
-/// Takes the waiting out of the tick's timer, once that has begun to tick.
+/// Sets the interval of the tick's timer to 0 once it has ticked.
 class Hurry : public QObject
 {
     bool eventFilter(QObject *object, QEvent *event) override
@@ -38,17 +41,14 @@ class Hurry : public QObject
     }
 };
 
-struct Resources {
-    static Resources inUse()
-    {
-        QFile status(QStringLiteral("/proc/self/statm"));
-        Failure::unless(status.open(QIODevice::ReadOnly));
-        const long pages = status.readAll().split(' ')[1].toLong();
-        const QDir files(QStringLiteral("/proc/self/fd"));
-        return {pages * (sysconf(_SC_PAGESIZE) / 1024), files.entryList(QDir::System).size()};
-    }
-    long kilobytes, files;
-};
+/// The process's memory in kilobytes and the number of its open files.
+std::pair<long, long> resources()
+{
+    QFile status(u"/proc/self/statm"_s);
+    Failure::unless(status.open(QIODevice::ReadOnly));
+    return {status.readAll().split(' ')[1].toLong() * (sysconf(_SC_PAGESIZE) / 1024),
+            QDir(u"/proc/self/fd"_s).entryList(QDir::System).size()};
+}
 
 /// Clock In lasts from before a midnight to before the changes of daylight saving.
 const QTime ClockIn(23, 55), ClockOut(1, 55, 30);
@@ -58,56 +58,49 @@ bool isClockIn(const QDateTime &now)
     return now.time() >= ClockIn || now.time() < ClockOut;
 }
 
-/// A clock, the machine it runs on and the reader it is swiped at. Where a start is given, in
-/// milliseconds since 1970, time flies past: by as much as somebody is ready to wait. After each
-/// tick the window must show what the time wants, and each punch must hold the time of then.
-class Trial : EventLoopHost
+/// A clock with its host and reader. If a start is given, in milliseconds since 1970, time is
+/// simulated and advances by as much as each caller is willing to wait. After each tick the window
+/// must show the current time, date and type, and each punch must have them.
+class Trial : RecordingHost<EventLoopHost>
 {
 public:
     Trial(std::mt19937 &random, qint64 start = 0) : m_random(random), m_flying(start)
     {
         for (DataEnvironment *environment : {&m_environment, &m_witness})
-            environment->conOV.ConnectionString(connectionString(QStringLiteral(".")));
-        m_reader.linkAt(settingsFolder(ApplicationTitle) + QStringLiteral("/COM1"));
+            environment->conOV.ConnectionString(connectionString(u"."_s));
+        m_reader.linkAt(settingsFolder(ApplicationTitle) + u"/COM1"_s);
         m_window.Show();
         while (m_window.face.txtDate->text().isEmpty())
             QCoreApplication::processEvents();
     }
 
-    /// So many badges, one each `span` milliseconds at a random moment of it. Prints the counts,
-    /// and returns whether nothing was missed.
+    /// Swipes `count` badges, each at a random moment of its own `span` of milliseconds. Prints the
+    /// counts, and returns whether all checks held.
     bool run(int count, int span)
     {
         const qint64 start = time();
         const QString name = Now().toString(u"yyyyMMddHHmm");
-        Resources before{};
+        auto [kilobytes, files] = resources();
         for (int i = 0; i < count && m_missed < 5; ++i) {
             const qint64 end = start + qint64{span} * (i + 1);
             tickUntil(end - (span ? m_random() % span : 0));
             swipe(name.toLatin1() + ':' + QByteArray::number(i));
             tickUntil(end);
             if (i == count / 2) // the page cache is full
-                before = Resources::inUse();
+                std::tie(kilobytes, files) = resources();
         }
-        const Resources after = Resources::inUse();
-        const long kilobytes = after.kilobytes - before.kilobytes;
-        const long files = after.files - before.files;
-        const QString rows = stored(QStringLiteral("SELECT count(*) FROM RawDataDetails "
-                                                   "WHERE PersonalID LIKE '%1:%'")
-                                        .arg(name));
-        must(kilobytes < 1024 && files <= 0 && rows == QString::number(count));
-        std::printf("%s %d swiped, %s stored, %d ticks, %ld kB and %ld files more, %d missed\n",
-                    qPrintable(name), count, qPrintable(rows), m_ticks, kilobytes, files, m_missed);
+        kilobytes = resources().first - kilobytes;
+        files = resources().second - files;
+        const QString rows = stored(u"SELECT count(*) FROM RawDataDetails "
+                                    "WHERE PersonalID LIKE '%1:%'"_s.arg(name));
+        must(kilobytes < 1024 && files <= 0 && rows == QString::number(count) && boxes.isEmpty());
+        std::printf("%s %d swiped, %s stored, %d ticks, %ld kB and %ld files more, %d missed%s\n",
+                    qPrintable(name), count, qPrintable(rows), m_ticks, kilobytes, files, m_missed,
+                    qPrintable(boxes.join(u'\n')));
         return m_missed == 0;
     }
 
 private:
-    using Host::MsgBox;
-    void MsgBox(const QString &text, const QString &, MsgBoxIcon) override
-    {
-        std::fprintf(stderr, "torture: a message box: %s\n", qPrintable(text));
-        ++m_missed;
-    }
     void DoEvents(std::int32_t longestWait) override
     {
         m_reader.send(std::exchange(m_restOfFrame, {}));
@@ -118,14 +111,14 @@ private:
     std::int32_t GetTickCount() override { return static_cast<std::int32_t>(time()); }
     QDateTime Now() override { return QDateTime::fromMSecsSinceEpoch(time() / 1000 * 1000); }
 
-    /// The first value of a query, on another connection than the clock's.
+    /// The first value of a query, on a connection of its own.
     QString stored(const QString &query)
     {
         Statement statement(m_witness.conOV, query);
         return statement.step() ? statement.value(0).toVariant().toString() : QString();
     }
 
-    /// At the real time the frame comes in two parts, the second while the driver waits for it.
+    /// In real time the frame arrives in two parts, the second while the driver waits for it.
     void swipe(const QByteArray &badge)
     {
         const QByteArray frame = "\2%" + QByteArray(m_random() % 80, 'A') + "?;" + badge + "?\3";
@@ -137,8 +130,8 @@ private:
         const QDeadlineTimer deadline(std::chrono::seconds(30));
         do {
             tick();
-            row = stored(QStringLiteral("SELECT PersonalID || DateTime || EventStatus "
-                                        "FROM RawDataDetails ORDER BY rowid DESC LIMIT 1"));
+            row = stored(u"SELECT PersonalID || DateTime || EventStatus "
+                         "FROM RawDataDetails ORDER BY rowid DESC LIMIT 1"_s);
         } while (!row.startsWith(badge) && !deadline.hasExpired());
         mustHold([&](const QDateTime &now) {
             return row.startsWith(badge + now.toString(u"yyyy-MM-dd HH:mm:ss").toLatin1());
@@ -173,21 +166,20 @@ private:
                face.optEvent(0)->Value() == isClockIn(now);
     }
 
-    /// Something must hold in one of the seconds of the last tick.
+    /// Checks that `holds` is true for one of the seconds of the last tick.
     template <typename Predicate> void mustHold(const Predicate &holds)
     {
         const qint64 end = time();
-        for (qint64 moment = m_tickBegin; moment < end; moment += 1000) {
-            if (holds(QDateTime::fromMSecsSinceEpoch(moment)))
-                return;
-        }
-        must(holds(QDateTime::fromMSecsSinceEpoch(end)));
+        bool held = holds(QDateTime::fromMSecsSinceEpoch(end));
+        for (qint64 moment = m_tickBegin; moment < end && !held; moment += 1000)
+            held = holds(QDateTime::fromMSecsSinceEpoch(moment));
+        must(held);
     }
 
     void must(bool held) { m_missed += held ? 0 : 1; }
 
     std::mt19937 &m_random;
-    qint64 m_flying; ///< 0 at the real time
+    qint64 m_flying; ///< the simulated time; 0 in real time
     qint64 m_tickBegin = 0;
     int m_ticks = 0;
     int m_missed = 0;
@@ -203,20 +195,15 @@ int main(int argc, char *argv[])
 {
     QApplication application(argc, argv);
     const QStringList arguments = QApplication::arguments();
-    if (arguments.size() != 4) {
-        std::fprintf(stderr, "torture frames COUNT SEED | torture ticks MINUTES SEED\n"
-                             "works on Orvanta.mdb in the current folder, and on COM1\n");
-        return 2;
-    }
-    const int count = arguments[2].toInt();
-    std::mt19937 random(arguments[3].toUInt());
+    const int count = arguments.at(2).toInt();
+    std::mt19937 random(arguments.at(3).toUInt());
     Hurry hurry;
     application.installEventFilter(&hurry);
     try {
         qputenv("TZ", "EST5EDT,M3.2.0,M11.1.0"); // New York
         UserSettings::write(UserSettings::ClockIn, ClockIn.toString());
         UserSettings::write(UserSettings::ClockOut, ClockOut.toString());
-        UserSettings::write(UserSettings::AutoSwitch, QStringLiteral("1"));
+        UserSettings::write(UserSettings::AutoSwitch, u"1"_s);
         if (arguments[1] == u"frames")
             return Trial(random).run(count, 0) ? 0 : 1;
 
@@ -225,7 +212,7 @@ int main(int argc, char *argv[])
             good &= Trial(random, (change - qint64{count} * 30) * 1000).run(count, 60000);
         return good ? 0 : 1;
     } catch (const Failure &failure) {
-        std::fprintf(stderr, "torture: %s\n", qPrintable(failure.description));
+        std::fprintf(stderr, "flight: %s\n", qPrintable(failure.description));
         return 1;
     }
 }
