@@ -271,40 +271,40 @@ constexpr std::array Commands{
     Command{"set-line", 1, 1, "one text"},
 };
 
-/// What is wrong with the command line; empty if it is valid.
-QString mistakeIn(const QCommandLineParser &parser, const Options &options)
+/// Throws Mistake if the command line is invalid.
+void check(const QCommandLineParser &parser, const Options &options)
 {
     static const QRegularExpression readerLine(u"^(1200|2400|4800|9600),[oemsn](,[78],[12])?$"_s,
                                                QRegularExpression::CaseInsensitiveOption);
     static const QRegularExpression parityLetter(u"^[oemsn]$"_s);
 
     const QStringList arguments = parser.positionalArguments();
-    if (QString mistake = mistakeInCommand(Commands, arguments); !mistake.isEmpty())
-        return mistake;
-    const QString name = arguments[0].toLower();
+    const QLatin1StringView name(commandOf(Commands, arguments).name);
 
     const QString port = parser.value(options.port);
     const QString settings = parser.value(options.settings);
     if (!comPort().match(port).hasMatch() && !port.contains(u'/'))
-        return u"Invalid --port \"%1\"; expected for example COM1 or /dev/ttyUSB0."_s.arg(port);
+        throw Mistake{
+            u"Invalid --port \"%1\"; expected for example COM1 or /dev/ttyUSB0."_s.arg(port)};
     try {
         parseLineSettings(settings);
     } catch (const Failure &) {
-        return u"Invalid --settings \"%1\"; expected for example 9600,N,8,1."_s.arg(settings);
+        throw Mistake{
+            u"Invalid --settings \"%1\"; expected for example 9600,N,8,1."_s.arg(settings)};
     }
     if (!QStringList{"0", "1"}.contains(parser.value(options.deviceType)))
-        return u"Invalid --device-type \"%1\"; expected 0 or 1."_s.arg(
-            parser.value(options.deviceType));
+        throw Mistake{u"Invalid --device-type \"%1\"; expected 0 or 1."_s.arg(
+            parser.value(options.deviceType))};
     if (name != u"set-line")
-        return {};
+        return;
     if (!readerLine.match(arguments[1]).hasMatch())
-        return u"Invalid SETTINGS \"%1\"; expected for example 9600,e."_s.arg(arguments[1]);
+        throw Mistake{u"Invalid SETTINGS \"%1\"; expected for example 9600,e."_s.arg(arguments[1])};
     if (!QStringList{"on", "off"}.contains(parser.value(options.bcc), Qt::CaseInsensitive))
-        return u"Invalid --bcc \"%1\"; expected on or off."_s.arg(parser.value(options.bcc));
+        throw Mistake{
+            u"Invalid --bcc \"%1\"; expected on or off."_s.arg(parser.value(options.bcc))};
     if (!parityLetter.match(oldParity(parser, options)).hasMatch())
-        return u"Invalid --old-parity \"%1\"; expected o, e, m, s or n."_s.arg(
-            oldParity(parser, options));
-    return {};
+        throw Mistake{u"Invalid --old-parity \"%1\"; expected o, e, m, s or n."_s.arg(
+            oldParity(parser, options))};
 }
 
 /// Opens the port and runs the command of a valid command line.
@@ -365,8 +365,8 @@ int main(int argc, char *argv[])
     parser.addOptions({options.port, options.settings, options.blockCheck, options.deviceType,
                        options.bcc, options.oldParity});
     parser.addPositionalArgument(u"command"_s, u"read, write, info or set-line"_s);
-    QString mistake = parse(parser);
-    if (mistake.isEmpty())
-        mistake = mistakeIn(parser, options);
-    return mistake.isEmpty() ? perform(parser, options) : refuse(mistake);
+    return run(parser, [&] {
+        check(parser, options);
+        return perform(parser, options);
+    });
 }

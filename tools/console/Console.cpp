@@ -1,5 +1,8 @@
 #include "tools/console/Console.h"
 
+#include "platform/basics/Failure.h"
+#include "tools/console/NotDone.h"
+
 #include <QCoreApplication>
 
 #include <iostream>
@@ -28,12 +31,6 @@ Status complain(const QString &why)
     return Failed;
 }
 
-Status refuse(const QString &mistake)
-{
-    complain(mistake + u" Try --help."_s);
-    return NotUnderstood;
-}
-
 QString visible(const QString &text)
 {
     QString shown;
@@ -50,25 +47,31 @@ QString visible(const QString &text)
     return shown;
 }
 
-QString mistakeInCommand(std::span<const Command> commands, const QStringList &arguments)
+qsizetype Command::words() const
+{
+    return QLatin1StringView(name).count(u' ') + 1;
+}
+
+const Command &commandOf(std::span<const Command> commands, const QStringList &arguments)
 {
     QStringList names;
     for (const Command &command : commands) {
         const QString name = QString::fromLatin1(command.name);
         names += name;
-        if (arguments.value(0).compare(name, Qt::CaseInsensitive) != 0)
+        const QString given = arguments.mid(0, command.words()).join(u' ');
+        if (given.compare(name, Qt::CaseInsensitive) != 0)
             continue;
-        const qsizetype others = arguments.size() - 1;
-        return others < command.fewest || others > command.most
-                   ? u"%1 takes %2."_s.arg(name, QLatin1StringView(command.takes))
-                   : QString();
+        const qsizetype others = arguments.size() - command.words();
+        if (others < command.fewest || others > command.most)
+            throw Mistake{u"%1 takes %2."_s.arg(name, QLatin1StringView(command.takes))};
+        return command;
     }
     const QString known = u"expected one of "_s + names.join(u", ");
-    return arguments.isEmpty() ? u"Missing command; %1."_s.arg(known)
-                               : u"Unknown command \"%1\"; %2."_s.arg(arguments[0], known);
+    throw Mistake{arguments.isEmpty() ? u"Missing command; %1."_s.arg(known)
+                                      : u"Unknown command \"%1\"; %2."_s.arg(arguments[0], known)};
 }
 
-QString parse(QCommandLineParser &parser)
+int run(QCommandLineParser &parser, const std::function<int()> &action)
 {
     // Qt's own help option would add --help-all.
     const QCommandLineOption help({u"h"_s, u"help"_s}, u"Displays this help."_s);
@@ -81,7 +84,18 @@ QString parse(QCommandLineParser &parser)
         parser.showHelp(Succeeded);
     if (parser.isSet(version))
         parser.showVersion();
-    return isParsed ? QString() : parser.errorText();
+    try {
+        if (!isParsed)
+            throw Mistake{parser.errorText()};
+        return action();
+    } catch (const Mistake &mistake) {
+        complain(mistake.what + u" Try --help."_s);
+        return NotUnderstood;
+    } catch (const NotDone &notDone) {
+        return complain(notDone.why);
+    } catch (const Failure &failure) {
+        return complain(failure.description);
+    }
 }
 
 } // namespace Console

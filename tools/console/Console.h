@@ -4,6 +4,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <span>
 
 namespace Tavrel
@@ -29,24 +30,30 @@ QString program();
 /// Writes "PROGRAM: WHY" to standard error, with visible(why). Returns Failed.
 Status complain(const QString &why);
 
-/// Reports what is wrong with the command line, and mentions --help. Returns NotUnderstood.
-Status refuse(const QString &mistake);
+/// Thrown if the command line is invalid, with what is wrong as one sentence.
+struct Mistake {
+    QString what;
+};
 
-/// A command of a tool: its first argument, in upper or lower case, and how many others it takes.
+/// A command of a tool: its first argument, or its first two if the name has two words, in upper or
+/// lower case; and how many others it takes.
 struct Command {
     const char *name;
     qsizetype fewest;
     qsizetype most;
     const char *takes; ///< the others, for a message
+
+    qsizetype words() const;
 };
 
-/// Returns what is wrong with the command, the first of `arguments`, or with the number of the
-/// others; empty if both are valid.
-QString mistakeInCommand(std::span<const Command> commands, const QStringList &arguments);
+/// Returns the first of `commands` that `arguments` begin with. Throws Mistake if there is none, or
+/// if the number of the other arguments is wrong.
+const Command &commandOf(std::span<const Command> commands, const QStringList &arguments);
 
-/// Parses the arguments of the program. For --help and --version it prints the answer and exits
-/// with Succeeded. Returns what is wrong with the arguments; empty if they are valid.
-QString parse(QCommandLineParser &parser);
+/// Parses the arguments of the program, then returns the exit status of `action`. Answers --help
+/// and
+/// --version itself. Reports a Mistake as NotUnderstood, and a NotDone or a Failure as Failed.
+int run(QCommandLineParser &parser, const std::function<int()> &action);
 
 } // namespace Console
 

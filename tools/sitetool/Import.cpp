@@ -2,11 +2,10 @@
 
 #include "platform/database/Statement.h"
 #include "tools/console/Console.h"
-#include "tools/sitetool/DatabasePath.h"
+#include "tools/console/NotDone.h"
 #include "tools/sitetool/MemoryDatabase.h"
 #include "tools/sitetool/NamelessFile.h"
 #include "tools/sitetool/NeededColumns.h"
-#include "tools/sitetool/NotDone.h"
 #include "tools/sitetool/OldDatabase.h"
 
 #include <QDate>
@@ -179,10 +178,10 @@ void importTables(const OldDatabase &old, MemoryDatabase &database)
 
 } // namespace
 
-int importOld(const QStringList &arguments)
+int importOld(const CommandLine &line)
 {
-    const QString &oldFile = arguments[0];
-    NamelessFile file(newDatabasePath(arguments.value(1)));
+    const QString &oldFile = line.arguments[0];
+    NamelessFile file(line.file);
     MemoryDatabase database;
     try {
         importTables(OldDatabase(oldFile), database);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QStringList>
+#include "tools/records/CommandLine.h"
 
 namespace Tavrel
 {
@@ -11,6 +11,6 @@ namespace Tavrel
 /// becomes Null, as mdbtools does not distinguish the two. Returns 0. Throws NotDone, and makes
 /// nothing, if any value cannot be imported, if there is any sign of damage in the old file or in
 /// the output of mdbtools, or if the old file lacks what the clock needs.
-int importOld(const QStringList &arguments);
+int importOld(const CommandLine &line);
 
 } // namespace Tavrel

@@ -1,6 +1,6 @@
 #include "tools/sitetool/MemoryDatabase.h"
 
-#include "tools/sitetool/NotDone.h"
+#include "tools/console/NotDone.h"
 
 #include <sqlite3.h>
 

@@ -1,6 +1,6 @@
 #include "tools/sitetool/NamelessFile.h"
 
-#include "tools/sitetool/NotDone.h"
+#include "tools/console/NotDone.h"
 
 #include <QFile>
 #include <QFileInfo>

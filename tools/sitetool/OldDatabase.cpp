@@ -1,6 +1,6 @@
 #include "tools/sitetool/OldDatabase.h"
 
-#include "tools/sitetool/NotDone.h"
+#include "tools/console/NotDone.h"
 
 #include <QFile>
 #include <QFileInfo>

@@ -1,5 +1,7 @@
 #include "platform/basics/Utf8Locale.h"
 #include "tools/console/Console.h"
+#include "tools/records/CommandLine.h"
+#include "tools/records/Corrections.h"
 #include "tools/sitetool/CheckDatabase.h"
 #include "tools/sitetool/CheckSettingsAndPorts.h"
 #include "tools/sitetool/DatabasePath.h"
@@ -7,7 +9,6 @@
 #include "tools/sitetool/Import.h"
 #include "tools/sitetool/MemoryDatabase.h"
 #include "tools/sitetool/NamelessFile.h"
-#include "tools/sitetool/NotDone.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -25,8 +26,10 @@ namespace
 {
 
 constexpr char Description[] =
-    "Makes, imports and checks the time database of a site.\n\n"
+    "Manages the time database of a site.\n\n"
     "Commands:\n"
+    "  corrections [--from DAY] [--to DAY]\n"
+    "                         list the changes made by these commands\n"
     "  new [FILE]             make an empty database with the tables that the clock uses\n"
     "  import OLD.mdb [FILE]  make a database with all tables of a Jet 3 or Jet 4 database, or of\n"
     "                         a later Access file, which is not changed\n"
@@ -39,15 +42,15 @@ constexpr char Description[] =
     "2\n"
     "if the command line is invalid.";
 
-/// `sitetool new [FILE]`: makes an empty database with the tables that the clock uses. Throws
-/// NotDone, and makes nothing, if that fails.
-int makeNew(const QStringList &arguments)
+/// `new [FILE]`: makes an empty database with the tables that the clock uses. Throws NotDone, and
+/// makes nothing, if that fails.
+int makeNew(const CommandLine &line)
 {
     QFile schema(u":/store/schema.sql"_s);
     if (!schema.open(QIODevice::ReadOnly))
         qFatal("The schema is not built in.");
 
-    NamelessFile file(newDatabasePath(arguments.value(0)));
+    NamelessFile file(line.file);
     MemoryDatabase database;
     database.run(schema.readAll());
     file.write(database.bytes());
@@ -56,26 +59,73 @@ int makeNew(const QStringList &arguments)
     return Console::Succeeded;
 }
 
-/// `sitetool check [FILE]`: prints a line for each finding and whether the clock would store a
-/// swipe; returns Succeeded if it would. Leaves no file changed and nothing locked, and opens no
-/// serial line, because opening one raises DTR, which may reset the reader. So it cannot check
-/// whether the line supports the rate and parity.
-int check(const QStringList &arguments)
+/// `check [FILE]`: prints a line for each finding and whether the clock would store a swipe;
+/// returns Succeeded if it would. Leaves no file changed and nothing locked, and opens no serial
+/// line, because opening one raises DTR, which may reset the reader. So it cannot check whether the
+/// line supports the rate and parity.
+int check(const CommandLine &line)
 {
     Findings findings;
-    checkDatabase(databasePath(arguments.value(0)), findings);
+    checkDatabase(line.file, findings);
     checkSettingsAndPorts(findings);
     return findings.conclude();
 }
 
-constexpr std::array Commands{
-    Console::Command{"new", 0, 1, "at most one FILE"},
-    Console::Command{"import", 1, 2, "OLD.mdb and at most one FILE"},
-    Console::Command{"check", 0, 1, "at most one FILE"},
+struct Action {
+    Console::Command command;
+    const char *options; ///< those that it takes beside --file, with blanks between them
+    int (*run)(const CommandLine &line);
+    int filePosition = -1; ///< of FILE among the arguments, if it may be given there too
+    bool makesFile = false;
 };
 
-/// In the order of Commands. Each takes the arguments after its name and returns the exit status.
-constexpr std::array Actions{makeNew, importOld, check};
+/// A name of two words precedes its first word alone.
+constexpr std::array Actions{
+    Action{{"new", 0, 1, "at most one FILE"}, "", makeNew, 0, true},
+    Action{{"import", 1, 2, "OLD.mdb and at most one FILE"}, "", importOld, 1, true},
+    Action{{"check", 0, 1, "at most one FILE"}, "", check, 0},
+    Action{{"corrections", 0, 0, "no text"}, "from to csv", listCorrections},
+};
+
+/// Options that several commands take have the same meaning in all of them.
+const QList<QCommandLineOption> &options()
+{
+    static const QList<QCommandLineOption> all{
+        {u"file"_s, u"The database, instead of Orvanta.mdb in the program's folder."_s, u"FILE"_s},
+        {u"from"_s, u"The first day, for example 2026-03-23."_s, u"DAY"_s},
+        {u"to"_s, u"The last day; today if omitted."_s, u"DAY"_s},
+        {u"csv"_s, u"Print CSV for a spreadsheet."_s},
+    };
+    return all;
+}
+
+/// Runs the command of a parsed command line.
+int perform(const QCommandLineParser &parser)
+{
+    CommandLine line{parser.positionalArguments(), {}, {}};
+    std::vector<Console::Command> commands;
+    for (const Action &action : Actions)
+        commands.push_back(action.command);
+    const Console::Command &command = Console::commandOf(commands, line.arguments);
+    const Action &action = Actions[static_cast<std::size_t>(&command - commands.data())];
+    line.arguments.remove(0, command.words());
+
+    const QStringList taken = QString::fromLatin1(action.options).split(u' ') << u"file"_s;
+    for (const QString &option : parser.optionNames()) {
+        if (!taken.contains(option))
+            throw Console::Mistake{
+                u"%1 takes no --%2."_s.arg(QLatin1StringView(command.name), option)};
+        line.options.insert(option, parser.value(option));
+    }
+    QString file = line.options.value(u"file"_s);
+    if (action.filePosition >= 0 && line.arguments.size() > action.filePosition) {
+        if (line.has(u"file"_s))
+            throw Console::Mistake{u"The database is given twice."_s};
+        file = line.arguments.takeLast();
+    }
+    line.file = action.makesFile ? newDatabasePath(file) : databasePath(file);
+    return action.run(line);
+}
 
 } // namespace
 
@@ -89,21 +139,7 @@ int main(int argc, char *argv[])
     QCoreApplication application(argc, argv);
     QCommandLineParser parser;
     parser.setApplicationDescription(QString::fromLatin1(Description));
-    parser.addPositionalArgument(u"command"_s, u"new, import or check"_s);
-    parser.addPositionalArgument(u"files"_s, u"as above"_s, u"[OLD.mdb] [FILE]"_s);
-    QString mistake = Console::parse(parser);
-
-    QStringList arguments = parser.positionalArguments();
-    if (mistake.isEmpty())
-        mistake = Console::mistakeInCommand(Commands, arguments);
-    if (!mistake.isEmpty())
-        return Console::refuse(mistake);
-
-    const QString name = arguments.takeFirst().toLower();
-    const auto *const command = std::ranges::find(Commands, name, &Console::Command::name);
-    try {
-        return Actions[static_cast<std::size_t>(command - Commands.begin())](arguments);
-    } catch (const NotDone &notDone) {
-        return Console::complain(notDone.why);
-    }
+    parser.addPositionalArgument(u"command"_s, u"as above, with its arguments"_s);
+    parser.addOptions(options());
+    return Console::run(parser, [&] { return perform(parser); });
 }

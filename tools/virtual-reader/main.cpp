@@ -164,25 +164,21 @@ int main(int argc, char *argv[])
                                     u"manner"_s, u"accept"_s);
     parser.addOptions({link, blockCheck, answer});
 
-    if (const QString mistake = parse(parser); !mistake.isEmpty())
-        return refuse(mistake);
-    if (!parser.positionalArguments().isEmpty())
-        return refuse(u"Unexpected argument \"%1\"."_s.arg(parser.positionalArguments()[0]));
-    const auto manner = mannerOf(parser.value(answer).toLower());
-    if (!manner)
-        return refuse(
-            u"Invalid --answer \"%1\"; expected accept, nak, 29, one-byte, late or never."_s.arg(
-                parser.value(answer)));
-    if (parser.value(link).isEmpty())
-        return refuse(u"Missing --link; expected for example --link ~/.config/Tavrel/COM1."_s);
+    return run(parser, [&] {
+        if (!parser.positionalArguments().isEmpty())
+            throw Mistake{u"Unexpected argument \"%1\"."_s.arg(parser.positionalArguments()[0])};
+        const auto manner = mannerOf(parser.value(answer).toLower());
+        if (!manner)
+            throw Mistake{
+                u"Invalid --answer \"%1\"; expected accept, nak, 29, one-byte, late or never."_s
+                    .arg(parser.value(answer))};
+        if (parser.value(link).isEmpty())
+            throw Mistake{u"Missing --link; expected for example --link ~/.config/Tavrel/COM1."_s};
 
-    ReaderProtocol protocol;
-    protocol.blockCheck = parser.isSet(blockCheck);
-    protocol.manner = *manner;
-    try {
+        ReaderProtocol protocol;
+        protocol.blockCheck = parser.isSet(blockCheck);
+        protocol.manner = *manner;
         const Session session(std::move(protocol), parser.value(link));
         return QCoreApplication::exec();
-    } catch (const Failure &failure) {
-        return complain(failure.description);
-    }
+    });
 }

@@ -1,6 +1,6 @@
 #include "tests/support/Table.h"
 #include "tests/support/TemporaryHome.h"
-#include "tools/sitetool/NotDone.h"
+#include "tools/console/NotDone.h"
 #include "tools/sitetool/OldDatabase.h"
 
 #include <QProcess>

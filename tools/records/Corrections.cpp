@@ -1,0 +1,39 @@
+#include "tools/records/Corrections.h"
+
+#include "tools/console/Console.h"
+#include "tools/console/TextTable.h"
+#include "tools/records/Period.h"
+#include "tools/records/TimeDatabase.h"
+
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
+int listCorrections(const CommandLine &line)
+{
+    CommandLine asked = line;
+    if (!line.has(u"from"_s))
+        asked.options.insert(u"from"_s, u"0001-01-01"_s);
+    const Period period = periodOf(asked);
+    TimeDatabase database(line.file);
+    const QStringList headings{"When", "User", "Change", "Before", "After", "Reason"};
+    TextTable table(headings);
+    if (database.value(u"SELECT 1 FROM sqlite_master WHERE name = 'Correction'"_s).isValid()) {
+        Statement rows =
+            database.statement(u"SELECT DateTime, UserName, Change, Was, Became, Reason "
+                               "FROM Correction WHERE DateTime >= ?1 AND DateTime < ?2 "
+                               "ORDER BY _rowid_"_s,
+                               {period.begin(), period.end()});
+        while (rows.step()) {
+            QStringList cells;
+            for (int i = 0; i < headings.size(); ++i)
+                cells += rows.value(i).toVariant().toString();
+            table.add(cells);
+        }
+    }
+    table.print(line.format());
+    return Console::Succeeded;
+}
+
+} // namespace Tavrel

@@ -1,0 +1,70 @@
+#include "tools/records/TimeDatabase.h"
+
+#include "platform/basics/Failure.h"
+
+#include <QDateTime>
+#include <QFileInfo>
+
+#include <pwd.h>
+#include <unistd.h>
+
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+/// The user who called the program, also through sudo, which sets the variable.
+QString userName()
+{
+    if (::geteuid() == 0 && qEnvironmentVariableIsSet("SUDO_USER"))
+        return u"root (%1)"_s.arg(qEnvironmentVariable("SUDO_USER"));
+    const passwd *user = ::getpwuid(::geteuid());
+    return user ? QString::fromLocal8Bit(user->pw_name) : QString::number(::geteuid());
+}
+
+} // namespace
+
+TimeDatabase::TimeDatabase(const QString &file)
+{
+    const QFileInfo named(file);
+    m_connection.Mode = named.isWritable() ? adModeReadWrite : adModeRead;
+    m_connection.ConnectionString(
+        u"Data Source=%1\\%2;Persist"_s.arg(named.absolutePath(), named.fileName()));
+}
+
+QVariant TimeDatabase::value(const QString &sql, const std::vector<QVariant> &parameters)
+{
+    Statement query = statement(sql, parameters);
+    return query.step() ? query.value(0).toVariant() : QVariant();
+}
+
+void TimeDatabase::change(const std::function<void()> &action)
+{
+    statement(u"BEGIN IMMEDIATE"_s).execute();
+    try {
+        action();
+        statement(u"COMMIT"_s).execute();
+    } catch (...) {
+        sqlite3_exec(m_connection.database(), "ROLLBACK", nullptr, nullptr, nullptr);
+        throw;
+    }
+}
+
+void TimeDatabase::note(const Correction &correction, const QString &reason)
+{
+    statement(u"CREATE TABLE IF NOT EXISTS Correction ("
+              "DateTime DATETIME NOT NULL, UserName VARCHAR(100) NOT NULL, "
+              "Change VARCHAR(50) NOT NULL, Was TEXT NOT NULL, Became TEXT NOT NULL, "
+              "Reason TEXT NOT NULL)"_s)
+        .execute();
+    statement(u"INSERT INTO Correction (DateTime, UserName, Change, Was, Became, Reason) "
+              "VALUES (?1, ?2, ?3, ?4, ?5, ?6)"_s,
+              {QDateTime::currentDateTime(), userName(), correction.change, correction.was,
+               correction.became, reason})
+        .execute();
+}
+
+} // namespace Tavrel

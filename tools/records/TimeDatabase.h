@@ -1,0 +1,55 @@
+#pragma once
+
+#include "platform/database/Connection.h"
+#include "platform/database/Statement.h"
+
+#include <QString>
+#include <QVariant>
+
+#include <functional>
+#include <vector>
+
+namespace Tavrel
+{
+
+/// What a correction changed, and to what, each as a line for people; empty if there was or is
+/// nothing.
+struct Correction {
+    QString change; ///< for example "punch added"
+    QString was;
+    QString became;
+};
+
+/// The time database, as the owner's commands read and change it. Badges are compared as the clock
+/// compares them: as text, letter by letter. Failures of the database are thrown as Failure.
+class TimeDatabase
+{
+public:
+    /// Opens `file` on first use, for writing too if this user may.
+    explicit TimeDatabase(const QString &file);
+
+    Connection &connection() { return m_connection; }
+
+    Statement statement(const QString &sql, const std::vector<QVariant> &parameters = {})
+    {
+        return Statement(m_connection, sql, parameters);
+    }
+
+    /// The only value of a query; invalid if it has no row.
+    QVariant value(const QString &sql, const std::vector<QVariant> &parameters = {});
+
+    /// Runs `action` in one transaction, which locks the file for other writers. If it throws,
+    /// nothing is changed.
+    void change(const std::function<void()> &action);
+
+    /// Within change(): adds a line to the table Correction, which it creates if necessary, with
+    /// the time and this user's name. The clock does not know this table:
+    ///
+    ///     Correction      DateTime, UserName, Change, Was, Became, Reason
+    void note(const Correction &correction, const QString &reason);
+
+private:
+    Connection m_connection;
+};
+
+} // namespace Tavrel
