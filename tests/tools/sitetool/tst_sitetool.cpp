@@ -1,3 +1,4 @@
+#include "tests/support/Run.h"
 #include "tests/support/Table.h"
 #include "tests/support/TemporaryHome.h"
 #include "tools/console/NotDone.h"
@@ -258,7 +259,7 @@ private Q_SLOTS:
     /// `new` makes a complete database and never replaces an existing name.
     void makes()
     {
-        const Run made = start(SITETOOL, {"new", path("new.mdb")});
+        const Run made = Run::start(SITETOOL, {"new", path("new.mdb")});
         QCOMPARE(made.status, 0);
         QVERIFY(query(".schema").contains("1 is clock in, 0 is clock out"));
         QCOMPARE(query("INSERT INTO Employee VALUES ('00123', 'Ann'); SELECT * FROM Employee"),
@@ -266,12 +267,12 @@ private Q_SLOTS:
         QCOMPARE(query("INSERT OR IGNORE INTO Employee VALUES ('00124', NULL); "
                        "SELECT count(*) FROM Employee"),
                  "1");
-        const Run again = start(SITETOOL, {"new", path("new.mdb")});
+        const Run again = Run::start(SITETOOL, {"new", path("new.mdb")});
         QCOMPARE(again.status, 1);
         QVERIFY(again.errors.contains("already exists"));
         QCOMPARE(query("SELECT Name FROM Employee"), "'Ann'");
         QVERIFY(QFile::link("nowhere", path("dangling")));
-        QCOMPARE(start(SITETOOL, {"new", path("dangling")}).status, 1);
+        QCOMPARE(Run::start(SITETOOL, {"new", path("dangling")}).status, 1);
         QCOMPARE(files(), "dangling new.mdb");
     }
 
@@ -281,7 +282,7 @@ private Q_SLOTS:
         const int watch = ::inotify_init1(IN_CLOEXEC);
         QVERIFY(::inotify_add_watch(watch, qPrintable(m_folder->path()), IN_CREATE | IN_MOVED_TO) >
                 0);
-        QCOMPARE(start(SITETOOL, {"new", path("new.mdb")}).status, 0);
+        QCOMPARE(Run::start(SITETOOL, {"new", path("new.mdb")}).status, 0);
         alignas(inotify_event) std::array<char, 4096> events{};
         const ssize_t size = ::read(watch, events.data(), events.size());
         const auto *first = reinterpret_cast<const inotify_event *>(events.data());
@@ -297,22 +298,22 @@ private Q_SLOTS:
         QVERIFY(QFile::copy(SITETOOL, path("lib/sitetool")));
         QVERIFY(QFile::link("../data/Orvanta.mdb", path("lib/Orvanta.mdb")));
         QCOMPARE(::chmod(qPrintable(path("data")), 02770), 0);
-        QCOMPARE(start(path("lib/sitetool"), {"new"}).status, 0);
+        QCOMPARE(Run::start(path("lib/sitetool"), {"new"}).status, 0);
         QVERIFY(QFileInfo(path("lib/Orvanta.mdb")).isSymLink());
         struct stat made = {};
         QCOMPARE(::lstat(qPrintable(path("data/Orvanta.mdb")), &made), 0);
         QCOMPARE(made.st_mode, mode_t{S_IFREG | 0660});
         QVERIFY(made.st_size > 0);
-        QCOMPARE(start(path("lib/sitetool"), {"new"}).status, 1);
+        QCOMPARE(Run::start(path("lib/sitetool"), {"new"}).status, 1);
         QVERIFY(QFile::remove(path("lib/Orvanta.mdb")));
-        QCOMPARE(start(path("lib/sitetool"), {"new"}).status, 0);
+        QCOMPARE(Run::start(path("lib/sitetool"), {"new"}).status, 0);
         QVERIFY(QFileInfo(path("lib/Orvanta.mdb")).size() > 0);
     }
 
     void commandLine_data()
     {
         Table<QStringList, int, QString> row("arguments", "status", "said");
-        row("none", {}, 2, "Missing command; expected one of new, import, check.");
+        row("none", {}, 2, "Missing command; expected one of new, import, check, ");
         row("unknown", {"make"}, 2, "Unknown command \"make\"");
         row("no old file", {"import"}, 2, "import takes OLD.mdb");
         row("too many", {"new", "a", "b"}, 2, "new takes at most one FILE.");
@@ -328,19 +329,13 @@ private Q_SLOTS:
     {
         QFETCH(QStringList, arguments);
         QFETCH(QString, said);
-        const Run run = start(SITETOOL, arguments);
+        const Run run = Run::start(SITETOOL, arguments);
         QTEST(run.status, "status");
         QVERIFY2((run.status == 0 ? run.output : run.errors).contains(said),
                  qPrintable(run.errors));
     }
 
 private:
-    struct Run {
-        int status;
-        QString output;
-        QString errors;
-    };
-
     QString path(const char *name) const { return m_folder->filePath(name); }
 
     QString files() const
@@ -350,19 +345,9 @@ private:
             .join(u' ');
     }
 
-    static Run start(const QString &program, const QStringList &arguments)
-    {
-        QProcess process;
-        process.start(program, arguments);
-        if (!process.waitForFinished() || process.exitStatus() != QProcess::NormalExit)
-            qFatal("%s did not end by itself", qPrintable(program));
-        return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
-                QString::fromUtf8(process.readAllStandardError())};
-    }
-
     QString query(const QByteArray &sql) const
     {
-        const Run run = start("sqlite3", {"-quote", path("new.mdb"), sql});
+        const Run run = Run::start("sqlite3", {"-quote", path("new.mdb"), sql});
         return (run.output + run.errors).trimmed();
     }
 
@@ -381,7 +366,10 @@ private:
         TemporaryHome::write(path("old.mdb"), bytes);
     }
 
-    Run import() const { return start(SITETOOL, {"import", path("old.mdb"), path("new.mdb")}); }
+    Run import() const
+    {
+        return Run::start(SITETOOL, {"import", path("old.mdb"), path("new.mdb")});
+    }
 
     /// Replaces a program by a script; with an empty name, hides all programs.
     void replaceProgram(const QByteArray &program, const QByteArray &script) const
