@@ -71,9 +71,11 @@ class Workplace(ExitStack):
         return re.search(pattern, (self.folder / name).read_text(errors='replace'), re.M)
 
     def run(self, *command):
-        """Runs a program to its end, and returns what it printed."""
-        return subprocess.run([*map(str, command)], env=self.environment, timeout=60,
-                              stdout=subprocess.PIPE, stderr=subprocess.DEVNULL).stdout
+        """Runs a program to its end, and returns what it printed; nothing if it does not end."""
+        with suppress(subprocess.TimeoutExpired):
+            return subprocess.run([*map(str, command)], env=self.environment, timeout=20,
+                                  stdout=subprocess.PIPE, stderr=subprocess.DEVNULL).stdout
+        return b''
 
     def start_display(self):
         self.display = self.start('Xvfb', '-displayfd', '1', '-screen', '0', '1024x600x24')
