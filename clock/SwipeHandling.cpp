@@ -3,7 +3,7 @@
 #include "app/settings/UserSettings.h"
 #include "platform/basics/Failure.h"
 #include "platform/text/Conversions.h"
-#include "platform/text/RegionalFormat.h"
+#include "platform/text/DatesAndTimes.h"
 #include "store/GetEmployeeName.h"
 #include "store/SavePunch.h"
 

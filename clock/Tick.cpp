@@ -4,7 +4,7 @@
 #include "clock/AutoSwitch.h"
 #include "platform/basics/Failure.h"
 #include "platform/text/Conversions.h"
-#include "platform/text/RegionalFormat.h"
+#include "platform/text/DatesAndTimes.h"
 
 #include <QScopedValueRollback>
 

@@ -2,7 +2,7 @@
 /// with each other, and a formatted time is read back.
 
 #include "fuzz/Input.h"
-#include "platform/text/RegionalFormat.h"
+#include "platform/text/DatesAndTimes.h"
 #include "tests/support/failureOf.h"
 
 #include <cmath>

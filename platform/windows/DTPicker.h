@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/text/RegionalFormat.h"
+#include "platform/text/DatesAndTimes.h"
 
 #include <QAbstractSpinBox>
 

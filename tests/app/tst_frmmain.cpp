@@ -2,7 +2,7 @@
 #include "app/frmMain.h"
 #include "platform/host/EventLoopHost.h"
 #include "platform/serial/TermiosComm.h"
-#include "platform/text/RegionalFormat.h"
+#include "platform/text/DatesAndTimes.h"
 #include "platform/windows/DesktopHost.h"
 #include "tests/support/PaintCounter.h"
 #include "tests/support/RecordingHost.h"

@@ -1,7 +1,7 @@
 #include "clock/AutoSwitch.h"
 #include "clock/ClockFace.h"
 #include "clock/Figures.h"
-#include "platform/text/RegionalFormat.h"
+#include "platform/text/DatesAndTimes.h"
 #include "platform/windows/Appearance.h"
 #include "tests/support/PaintCounter.h"
 #include "tests/support/Table.h"

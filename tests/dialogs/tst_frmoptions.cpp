@@ -1,6 +1,6 @@
 #include "app/settings/SettingsStore.h"
 #include "dialogs/frmOptions.h"
-#include "platform/text/RegionalFormat.h"
+#include "platform/text/DatesAndTimes.h"
 #include "tests/support/ScriptedHost.h"
 #include "tests/support/Table.h"
 #include "tests/support/TemporaryHome.h"

@@ -7,7 +7,7 @@
 #include "app/settings/UserSettings.h"
 #include "platform/database/Statement.h"
 #include "platform/host/EventLoopHost.h"
-#include "platform/text/RegionalFormat.h"
+#include "platform/text/DatesAndTimes.h"
 #include "store/DataEnvironment.h"
 #include "tests/support/RecordingHost.h"
 #include "tools/virtual-reader/VirtualReader.h"

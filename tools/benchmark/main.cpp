@@ -3,7 +3,7 @@
 #include "app/frmMain.h"
 #include "app/settings/SettingsStore.h"
 #include "app/settings/UserSettings.h"
-#include "platform/text/RegionalFormat.h"
+#include "platform/text/DatesAndTimes.h"
 #include "platform/windows/DesktopHost.h"
 #include "platform/windows/Twips.h"
 #include "store/DataEnvironment.h"

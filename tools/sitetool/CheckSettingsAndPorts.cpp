@@ -8,7 +8,7 @@
 #include "platform/basics/ApplicationTitle.h"
 #include "platform/basics/Failure.h"
 #include "platform/text/Conversions.h"
-#include "platform/text/RegionalFormat.h"
+#include "platform/text/DatesAndTimes.h"
 #include "tools/sitetool/LockHolder.h"
 #include "tools/sitetool/Rights.h"
 

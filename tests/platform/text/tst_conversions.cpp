@@ -1,5 +1,5 @@
 #include "platform/text/Conversions.h"
-#include "platform/text/RegionalFormat.h"
+#include "platform/text/DatesAndTimes.h"
 #include "tests/support/Table.h"
 #include "tests/support/failureOf.h"
 

@@ -1,4 +1,4 @@
-#include "platform/text/RegionalFormat.h"
+#include "platform/text/DatesAndTimes.h"
 
 #include "platform/basics/Failure.h"
 
