@@ -2,6 +2,7 @@
 #include "tools/console/Console.h"
 #include "tools/records/CommandLine.h"
 #include "tools/records/Corrections.h"
+#include "tools/records/Employees.h"
 #include "tools/sitetool/CheckDatabase.h"
 #include "tools/sitetool/CheckSettingsAndPorts.h"
 #include "tools/sitetool/DatabasePath.h"
@@ -28,6 +29,11 @@ namespace
 constexpr char Description[] =
     "Manages the time database of a site.\n\n"
     "Commands:\n"
+    "  employees [TEXT]       list badges and names, or those that contain TEXT\n"
+    "  employees add BADGE \"NAME\"\n"
+    "  employees rename BADGE \"NAME\"\n"
+    "  employees remove BADGE\n"
+    "                         change one employee; a removed one's punches stay\n"
     "  corrections [--from DAY] [--to DAY]\n"
     "                         list the changes made by these commands\n"
     "  new [FILE]             make an empty database with the tables that the clock uses\n"
@@ -84,6 +90,10 @@ constexpr std::array Actions{
     Action{{"new", 0, 1, "at most one FILE"}, "", makeNew, 0, true},
     Action{{"import", 1, 2, "OLD.mdb and at most one FILE"}, "", importOld, 1, true},
     Action{{"check", 0, 1, "at most one FILE"}, "", check, 0},
+    Action{{"employees add", 2, 2, "BADGE and \"NAME\""}, "reason", addEmployee},
+    Action{{"employees rename", 2, 2, "BADGE and \"NAME\""}, "reason", renameEmployee},
+    Action{{"employees remove", 1, 1, "BADGE"}, "reason", removeEmployee},
+    Action{{"employees", 0, 1, "at most one TEXT"}, "csv", listEmployees},
     Action{{"corrections", 0, 0, "no text"}, "from to csv", listCorrections},
 };
 
@@ -94,6 +104,7 @@ const QList<QCommandLineOption> &options()
         {u"file"_s, u"The database, instead of Orvanta.mdb in the program's folder."_s, u"FILE"_s},
         {u"from"_s, u"The first day, for example 2026-03-23."_s, u"DAY"_s},
         {u"to"_s, u"The last day; today if omitted."_s, u"DAY"_s},
+        {u"reason"_s, u"Why, for the list of corrections."_s, u"TEXT"_s},
         {u"csv"_s, u"Print CSV for a spreadsheet."_s},
     };
     return all;
