@@ -2,6 +2,7 @@
 #include "tools/console/Console.h"
 #include "tools/records/CommandLine.h"
 #include "tools/records/Corrections.h"
+#include "tools/records/EmployeeList.h"
 #include "tools/records/Employees.h"
 #include "tools/sitetool/CheckDatabase.h"
 #include "tools/sitetool/CheckSettingsAndPorts.h"
@@ -34,6 +35,10 @@ constexpr char Description[] =
     "  employees rename BADGE \"NAME\"\n"
     "  employees remove BADGE\n"
     "                         change one employee; a removed one's punches stay\n"
+    "  employees import LIST.csv [--apply [--doubtful]]\n"
+    "                         show what a list from a spreadsheet would add and rename, and what\n"
+    "                         is wrong in it; --apply stores it, --doubtful even if something\n"
+    "                         only looks wrong\n"
     "  corrections [--from DAY] [--to DAY]\n"
     "                         list the changes made by these commands\n"
     "  new [FILE]             make an empty database with the tables that the clock uses\n"
@@ -93,6 +98,7 @@ constexpr std::array Actions{
     Action{{"employees add", 2, 2, "BADGE and \"NAME\""}, "reason", addEmployee},
     Action{{"employees rename", 2, 2, "BADGE and \"NAME\""}, "reason", renameEmployee},
     Action{{"employees remove", 1, 1, "BADGE"}, "reason", removeEmployee},
+    Action{{"employees import", 1, 1, "LIST.csv"}, "apply doubtful reason", importEmployees},
     Action{{"employees", 0, 1, "at most one TEXT"}, "csv", listEmployees},
     Action{{"corrections", 0, 0, "no text"}, "from to csv", listCorrections},
 };
@@ -104,6 +110,8 @@ const QList<QCommandLineOption> &options()
         {u"file"_s, u"The database, instead of Orvanta.mdb in the program's folder."_s, u"FILE"_s},
         {u"from"_s, u"The first day, for example 2026-03-23."_s, u"DAY"_s},
         {u"to"_s, u"The last day; today if omitted."_s, u"DAY"_s},
+        {u"apply"_s, u"Store what is shown."_s},
+        {u"doubtful"_s, u"Store also what looks wrong."_s},
         {u"reason"_s, u"Why, for the list of corrections."_s, u"TEXT"_s},
         {u"csv"_s, u"Print CSV for a spreadsheet."_s},
     };
