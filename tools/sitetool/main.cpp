@@ -122,9 +122,8 @@ const QList<QCommandLineOption> &options()
 int perform(const QCommandLineParser &parser)
 {
     CommandLine line{parser.positionalArguments(), {}, {}};
-    std::vector<Console::Command> commands;
-    for (const Action &action : Actions)
-        commands.push_back(action.command);
+    std::array<Console::Command, Actions.size()> commands{};
+    std::ranges::transform(Actions, commands.begin(), &Action::command);
     const Console::Command &command = Console::commandOf(commands, line.arguments);
     const Action &action = Actions[static_cast<std::size_t>(&command - commands.data())];
     line.arguments.remove(0, command.words());
