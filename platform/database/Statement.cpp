@@ -54,6 +54,17 @@ StoredValue Statement::value(int column) const
     return StoredValue(sqlite3_column_value(m_statement.get(), column));
 }
 
+qint64 Statement::number(int column) const
+{
+    return sqlite3_column_int64(m_statement.get(), column);
+}
+
+QByteArrayView Statement::text(int column) const
+{
+    const unsigned char *text = sqlite3_column_text(m_statement.get(), column);
+    return {text, sqlite3_column_bytes(m_statement.get(), column)};
+}
+
 int Statement::execute()
 {
     while (step()) {

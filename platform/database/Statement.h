@@ -3,6 +3,7 @@
 #include "platform/database/Connection.h"
 #include "platform/database/StoredValue.h"
 
+#include <QByteArrayView>
 #include <QString>
 #include <QVariant>
 
@@ -39,6 +40,11 @@ public:
     QString columnName(int column) const;
 
     StoredValue value(int column) const;
+
+    /// The same as a whole number or as text in UTF-8, without copying it, for scans of many rows:
+    /// 0 and empty for Null. The text is valid until the next step.
+    qint64 number(int column) const;
+    QByteArrayView text(int column) const;
 
     /// Runs the statement to its end and returns the number of rows that it changed itself, not
     /// counting those changed by triggers.
