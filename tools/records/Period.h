@@ -23,7 +23,7 @@ struct Period {
 
     /// The bounds for stored times: not before begin(), and before end().
     QString begin() const { return first.toString(Qt::ISODate); }
-    QString end() const { return last.addDays(1).toString(Qt::ISODate); }
+    QString end() const { return last.toString(Qt::ISODate) + u'~'; }
 };
 
 /// The period of the options: --week 2026-W13, --month 2026-03, or --from and --to, each a day.

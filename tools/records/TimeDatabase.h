@@ -35,6 +35,12 @@ public:
         return Statement(m_connection, sql, parameters);
     }
 
+    /// Runs a statement that changes rows.
+    void execute(const QString &sql, const std::vector<QVariant> &parameters = {})
+    {
+        statement(sql, parameters).execute();
+    }
+
     /// The only value of a query; invalid if it has no row.
     QVariant value(const QString &sql, const std::vector<QVariant> &parameters = {});
 

@@ -4,6 +4,8 @@
 #include "tools/records/Corrections.h"
 #include "tools/records/EmployeeList.h"
 #include "tools/records/Employees.h"
+#include "tools/records/Hours.h"
+#include "tools/records/Punches.h"
 #include "tools/sitetool/CheckDatabase.h"
 #include "tools/sitetool/CheckSettingsAndPorts.h"
 #include "tools/sitetool/DatabasePath.h"
@@ -39,6 +41,20 @@ constexpr char Description[] =
     "                         show what a list from a spreadsheet would add and rename, and what\n"
     "                         is wrong in it; --apply stores it, --doubtful even if something\n"
     "                         only looks wrong\n"
+    "  punches [--badge BADGE] [--from DAY] [--to DAY]\n"
+    "                         list the punches of a period or of today, with the numbers of their\n"
+    "                         rows and what is wrong with them\n"
+    "  punches add BADGE in|out TIME\n"
+    "                         add a forgotten punch\n"
+    "  punches change ROW BADGE [in|out] [TIME]\n"
+    "                         change the type or the time of the punch in that row; the row must\n"
+    "                         be of that badge\n"
+    "  punches remove ROW BADGE\n"
+    "                         remove the punch in that row\n"
+    "  present                list who is in, and since when\n"
+    "  hours --week WEEK, or --month MONTH, or --from DAY --to DAY\n"
+    "                         list the hours of each badge: from each Clock In to the next punch\n"
+    "                         if that is a Clock Out, counted where it begins\n"
     "  corrections [--from DAY] [--to DAY]\n"
     "                         list the changes made by these commands\n"
     "  new [FILE]             make an empty database with the tables that the clock uses\n"
@@ -48,6 +64,8 @@ constexpr char Description[] =
     "                         whether the clock is running and would store a swipe, and which\n"
     "                         punch was stored last. Changes nothing and opens no port, so it\n"
     "                         cannot detect a rate or parity that the port does not support\n\n"
+    "A TIME is for example \"2026-03-23 16:45\", or 16:45 for today. A BADGE is a text: 00123 is\n"
+    "not 123.\n"
     "The default FILE is Orvanta.mdb in the program's folder. An existing file is never replaced.\n"
     "The exit status is 0 on success, and from check if a swipe would be stored; otherwise 1, or "
     "2\n"
@@ -100,6 +118,18 @@ constexpr std::array Actions{
     Action{{"employees remove", 1, 1, "BADGE"}, "reason", removeEmployee},
     Action{{"employees import", 1, 1, "LIST.csv"}, "apply doubtful reason", importEmployees},
     Action{{"employees", 0, 1, "at most one TEXT"}, "csv", listEmployees},
+    Action{{"punches add", 3, 3, "BADGE, in or out, and a TIME such as \"2026-03-23 16:45\""},
+           "reason",
+           addPunch},
+    Action{{"punches change", 3, 4,
+            "ROW, BADGE, and in or out or a TIME such as \"2026-03-23 16:45\""},
+           "reason",
+           changePunch},
+    Action{{"punches remove", 2, 2, "ROW and BADGE"}, "reason", removePunch},
+    Action{
+        {"punches", 0, 0, "add, change, remove or only options"}, "badge from to csv", listPunches},
+    Action{{"present", 0, 0, "no text"}, "csv", listPresent},
+    Action{{"hours", 0, 0, "only options"}, "week month from to csv", listHours},
     Action{{"corrections", 0, 0, "no text"}, "from to csv", listCorrections},
 };
 
@@ -112,6 +142,9 @@ const QList<QCommandLineOption> &options()
         {u"to"_s, u"The last day; today if omitted."_s, u"DAY"_s},
         {u"apply"_s, u"Store what is shown."_s},
         {u"doubtful"_s, u"Store also what looks wrong."_s},
+        {u"week"_s, u"The week, for example 2026-W13."_s, u"WEEK"_s},
+        {u"month"_s, u"The month, for example 2026-03."_s, u"MONTH"_s},
+        {u"badge"_s, u"Only this badge."_s, u"BADGE"_s},
         {u"reason"_s, u"Why, for the list of corrections."_s, u"TEXT"_s},
         {u"csv"_s, u"Print CSV for a spreadsheet."_s},
     };
