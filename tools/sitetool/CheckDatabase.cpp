@@ -6,6 +6,8 @@
 #include "platform/host/WindowlessHost.h"
 #include "store/SavePunch.h"
 #include "tools/console/Console.h"
+#include "tools/console/NotDone.h"
+#include "tools/records/BatchCounts.h"
 #include "tools/sitetool/NeededColumns.h"
 #include "tools/sitetool/Rights.h"
 
@@ -17,6 +19,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -78,6 +81,9 @@ QString withAdvice(const QString &text, int number)
     return text;
 }
 
+/// The most that a finding lists.
+constexpr qsizetype MostShown = 10;
+
 struct Table {
     const char *name;
     bool isWritten;
@@ -123,6 +129,7 @@ public:
             if (checkTables()) {
                 if (mayWrite)
                     tryPunch();
+                checkCounts();
                 showLastPunch();
             }
         } catch (const Failure &failure) {
@@ -159,7 +166,7 @@ private:
     void checkEmployeeBadges();
     void tryPunch();
     void checkBadge(const QVariant &stored);
-    void checkBatch(const QVariant &batch);
+    void checkCounts();
     void showLastPunch();
 
     const QString m_source;
@@ -232,7 +239,6 @@ QStringList DatabaseCheck::missingColumns(const char *table)
 
 void DatabaseCheck::checkEmployees()
 {
-    constexpr qsizetype MostShown = 10;
     if (rows("SELECT 1 FROM Employee LIMIT 1").isEmpty())
         say(Findings::Notable, u"There are no employees: every badge is Unknown."_s);
     for (const Doubt &doubt : Doubts) {
@@ -288,7 +294,9 @@ void DatabaseCheck::tryPunch()
     }
     if (host.boxText.isEmpty()) {
         checkBadge(badge);
-        checkBatch(batch);
+        const bool joins = !rows(u"SELECT 1 FROM RawData WHERE ID = ?1"_s, {batch}).isEmpty();
+        say(Findings::Good, u"The next punch %1 batch %2."_s.arg(joins ? u"joins"_s : u"starts"_s,
+                                                                 batch.toString()));
     } else {
         say(Findings::Stopping,
             withAdvice(u"A punch is rejected: "_s + sentence(host.boxText), host.boxTitle.toInt()));
@@ -310,25 +318,28 @@ void DatabaseCheck::checkBadge(const QVariant &stored)
                              TriedBadge, stored.toString(), reason));
 }
 
-void DatabaseCheck::checkBatch(const QVariant &batch)
+/// A difference is reported for each batch, also those that the clock no longer adds to.
+void DatabaseCheck::checkCounts()
 {
-    Statement counts(m_reading,
-                     u"SELECT RecordCount, (SELECT count(*) FROM RawDataDetails "
-                     "WHERE ID = ?1) FROM RawData WHERE ID = ?1"_s,
-                     {batch});
-    if (!counts.step()) {
-        say(Findings::Good, u"The next punch starts batch %1."_s.arg(batch.toString()));
-        return;
-    }
-    const QString counted = counts.value(0).toVariant().toString();
-    const QString punches = counts.value(1).toVariant().toString();
-    const QString joins = u"The next punch joins batch %1, "_s.arg(batch.toString());
-    if (counted == punches)
-        say(Findings::Good, joins + u"which has %1 punches."_s.arg(punches));
-    else
+    try {
+        const std::vector<WrongCount> wrong = wrongCounts(m_reading);
+        for (std::size_t i = 0; i < std::min<std::size_t>(wrong.size(), MostShown); ++i)
+            say(Findings::Notable,
+                u"Batch %1 has %2 punches but a RecordCount of \"%3\"; the clock only adds to "
+                "it."_s.arg(wrong[i].batch.toString(), QString::number(wrong[i].punches),
+                            wrong[i].counted.toString()));
+        if (wrong.empty())
+            say(Findings::Good, u"The RecordCount of each batch is the number of its punches."_s);
+        else
+            say(Findings::Notable, u"Batches with a wrong RecordCount: %1. Mend them with %2 check "
+                                   "--mend-counts."_s.arg(wrong.size())
+                                       .arg(Console::program()));
+    } catch (const NotDone &notDone) {
+        say(Findings::Notable, u"Cannot compare the RecordCounts: "_s + notDone.why);
+    } catch (const Failure &failure) {
         say(Findings::Notable,
-            joins + u"which has %1 punches but a RecordCount of "
-                    "\"%2\"; the clock only adds to it."_s.arg(punches, counted));
+            u"Cannot compare the RecordCounts: "_s + sentence(failure.description));
+    }
 }
 
 void DatabaseCheck::showLastPunch()

@@ -1,5 +1,6 @@
 #include "platform/basics/Utf8Locale.h"
 #include "tools/console/Console.h"
+#include "tools/records/BatchCounts.h"
 #include "tools/records/CommandLine.h"
 #include "tools/records/Corrections.h"
 #include "tools/records/EmployeeList.h"
@@ -63,7 +64,9 @@ constexpr char Description[] =
     "  check [FILE]           check the database, this user's settings and the ports; report\n"
     "                         whether the clock is running and would store a swipe, and which\n"
     "                         punch was stored last. Changes nothing and opens no port, so it\n"
-    "                         cannot detect a rate or parity that the port does not support\n\n"
+    "                         cannot detect a rate or parity that the port does not support.\n"
+    "                         With --mend-counts it first mends the batches whose RecordCount is\n"
+    "                         not the number of their punches\n\n"
     "A TIME is for example \"2026-03-23 16:45\", or 16:45 for today. A BADGE is a text: 00123 is\n"
     "not 123.\n"
     "The default FILE is Orvanta.mdb in the program's folder. An existing file is never replaced.\n"
@@ -89,11 +92,13 @@ int makeNew(const CommandLine &line)
 }
 
 /// `check [FILE]`: prints a line for each finding and whether the clock would store a swipe;
-/// returns Succeeded if it would. Leaves no file changed and nothing locked, and opens no serial
-/// line, because opening one raises DTR, which may reset the reader. So it cannot check whether the
-/// line supports the rate and parity.
+/// returns Succeeded if it would. Without --mend-counts it leaves no file changed and nothing
+/// locked, and opens no serial line, because opening one raises DTR, which may reset the reader. So
+/// it cannot check whether the line supports the rate and parity.
 int check(const CommandLine &line)
 {
+    if (line.has(u"mend-counts"_s))
+        mendCounts(line);
     Findings findings;
     checkDatabase(line.file, findings);
     checkSettingsAndPorts(findings);
@@ -112,7 +117,7 @@ struct Action {
 constexpr std::array Actions{
     Action{{"new", 0, 1, "at most one FILE"}, "", makeNew, 0, true},
     Action{{"import", 1, 2, "OLD.mdb and at most one FILE"}, "", importOld, 1, true},
-    Action{{"check", 0, 1, "at most one FILE"}, "", check, 0},
+    Action{{"check", 0, 1, "at most one FILE"}, "mend-counts reason", check, 0},
     Action{{"employees add", 2, 2, "BADGE and \"NAME\""}, "reason", addEmployee},
     Action{{"employees rename", 2, 2, "BADGE and \"NAME\""}, "reason", renameEmployee},
     Action{{"employees remove", 1, 1, "BADGE"}, "reason", removeEmployee},
@@ -146,6 +151,7 @@ const QList<QCommandLineOption> &options()
         {u"month"_s, u"The month, for example 2026-03."_s, u"MONTH"_s},
         {u"badge"_s, u"Only this badge."_s, u"BADGE"_s},
         {u"reason"_s, u"Why, for the list of corrections."_s, u"TEXT"_s},
+        {u"mend-counts"_s, u"Mend each RecordCount that is not the number of punches."_s},
         {u"csv"_s, u"Print CSV for a spreadsheet."_s},
     };
     return all;

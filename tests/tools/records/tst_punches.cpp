@@ -173,6 +173,11 @@ private Q_SLOTS:
             {"punches", "remove", "2", ""}, "", counts, "9|2|MSR\n4|x|old\n9|70|MSR");
         row("keep a count that is no number", {"punches", "remove", "4", "00123"}, "", counts,
             "9|3|MSR\n4|x|old\n9|70|MSR");
+        row("mend the counts", {"check", "--mend-counts"},
+            "Set the RecordCount of batch 4 from \"x\" to 1.\n", counts,
+            "9|3|MSR\n4|1|old\n9|70|MSR");
+        row("note what was mended", {"check", "--mend-counts", "--reason", "power cut"}, "",
+            corrections, "count mended|batch 4: RecordCount x|batch 4: RecordCount 1|power cut");
     }
     void changes()
     {

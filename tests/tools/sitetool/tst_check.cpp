@@ -26,9 +26,18 @@ private Q_SLOTS:
         row("healthy", "", 0, "ok: The next punch starts batch 0.");
         row("WAL", "PRAGMA journal_mode = WAL", 0, "ok: The journal mode is wal.");
         row("joined", punches + "INSERT INTO RawData VALUES (4, 1, 1, 'MSR')", 0,
-            "ok: The next punch joins batch 4, which has 1 punches.");
-        row("count", punches + "INSERT INTO RawData VALUES (4, 7, 1, 'MSR')", 0,
-            "note: The next punch joins batch 4, which has 1 punches but a RecordCount of \"7\"");
+            "ok: The next punch joins batch 4.");
+        row("right counts",
+            punches + "INSERT INTO RawData VALUES (4, 1, 1, 'MSR'), (4, 9, 1, ''), (5, 0, 1, '')",
+            0, "ok: The RecordCount of each batch is the number of its punches.");
+        row("wrong count",
+            punches + "INSERT INTO RawData VALUES (0, 0, 1, 'MSR'), (4, '1x', 1, 'X')", 0,
+            "note: Batch 4 has 1 punches but a RecordCount of \"1x\"; the clock only adds to it.");
+        row("wrong counts",
+            "WITH RECURSIVE b(i) AS (SELECT 1 UNION SELECT i + 1 FROM b LIMIT 11) "
+            "INSERT INTO RawData SELECT i, NULL, 1, 'X' FROM b",
+            0,
+            "Batches with a wrong RecordCount: 11. Mend them with sitetool check --mend-counts.");
         row("used up", "INSERT INTO RawData VALUES (32767, 1, 1, 'X')", 1,
             "STOPS PUNCHES: A punch is rejected: Overflow. The number of a batch");
         row("no column", "ALTER TABLE RawDataDetails DROP COLUMN Shift", 1,
