@@ -46,6 +46,8 @@ private Q_SLOTS:
         row("no out in the week before", Week13, "in 03-21 08:00, in 03-23 08:00, out 03-23 09:00",
             "1.00 1.00 0");
         row("out months later", Week13, "in 03-23 08:00, out 06-01 08:00", "1680.00 1680.00 0");
+        row("nearest of the punches after the week", Week13,
+            "in 03-29 22:00, out 03-31 06:00, out 03-30 14:00, out 03-30 06:00", "8.00 8.00 0");
         row("in weeks before", Week13, "in 02-01 08:00, out 03-23 08:00", "0.00 0.00 0");
         row("at once", Week13, "in 03-23 08:00, out 03-23 08:00", "0.00 0.00 0");
         row("at once in the other order", Week13,
@@ -332,6 +334,16 @@ private Q_SLOTS:
         const Run run = start(arguments + QStringList{"--csv"});
         QCOMPARE(run.errors, "");
         QTEST(run.output.section("\r\n", 1).remove(u'\r'), "lines");
+    }
+
+    void tooManyPunches()
+    {
+        m_database->run(
+            "WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n LIMIT 500001) "
+            "INSERT INTO RawDataDetails SELECT 9, i, 1, NULL, 0, 0 FROM n");
+        const Run run = start({"hours", "--week", "2026-W13"});
+        QCOMPARE(run.status, 1);
+        QVERIFY2(run.errors.contains("More than 500000 punches"), qPrintable(run.errors));
     }
 
     void init()
