@@ -152,17 +152,19 @@ void compare(Lines &lines, TimeDatabase &database)
         badges[withoutZeros(badge)] = badge;
         storedLengths += badge.size();
     }
+    static const QRegularExpression OtherThanDigits(u"[^0-9]"_s);
     // The most frequent; of several the longest, as badges lose zeros and gain none.
     qsizetype usualLength = 0;
     QHash<qsizetype, int> lengths;
     for (const Line &line : lines) {
         const qsizetype length = line.badge.size();
+        if (line.action == Refused || line.badge.contains(OtherThanDigits))
+            continue;
         const int lead = ++lengths[length] - lengths.value(usualLength);
         if (lead > 0 || (lead == 0 && length > usualLength))
             usualLength = length;
     }
 
-    static const QRegularExpression OtherThanDigits(u"[^0-9]"_s);
     static const QRegularExpression LikelyName(u"^\\P{C}*\\p{L}\\P{C}*$"_s);
     for (Line &line : lines) {
         const bool isKnown = names.contains(line.badge);
