@@ -10,6 +10,7 @@
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <set>
@@ -50,7 +51,12 @@ bool isFit(const char *path, const struct stat &status)
 /// O_NOFOLLOW, which covers the last part of the path.
 int openFit(const char *path, int flags, int mode)
 {
-    const int file = ::open(path, flags | O_NONBLOCK, mode);
+    int descriptor = -1;
+    int end = 0;
+    const bool isOpen =
+        std::sscanf(path, "/proc/self/fd/%d%n", &descriptor, &end) == 1 && path[end] == '\0';
+    const int file =
+        isOpen ? ::fcntl(descriptor, F_DUPFD_CLOEXEC, 0) : ::open(path, flags | O_NONBLOCK, mode);
     struct stat status = {};
     if (file < 0 || (::fstat(file, &status) == 0 && isFit(path, status)))
         return file;

@@ -15,6 +15,8 @@ namespace Tavrel
 /// - A journal may name another file, the super-journal of a transaction over several databases.
 ///   Connections never create one, so it is neither looked up nor read, and the journal is rolled
 ///   back.
+/// - /proc/self/fd/N, otherwise a link, is the file that this process has open as N. It needs the
+///   journal mode OFF.
 /// - Only the journals of a database opened through this layer are ever deleted.
 ///
 /// The rule about opening holds for every file that SQLite opens in this process. SQLite's memory

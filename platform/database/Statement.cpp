@@ -15,7 +15,12 @@ QString quotedName(const QString &name)
 
 Statement::Statement(Connection &connection, const QString &sql,
                      const std::vector<QVariant> &parameters)
-    : m_database(connection.database())
+    : Statement(connection.database(), sql, parameters)
+{
+}
+
+Statement::Statement(sqlite3 *database, const QString &sql, const std::vector<QVariant> &parameters)
+    : m_database(database)
 {
     const QByteArray text = sql.toUtf8();
     sqlite3_stmt *statement = nullptr;

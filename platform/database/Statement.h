@@ -30,6 +30,9 @@ public:
     Statement(Connection &connection, const QString &sql,
               const std::vector<QVariant> &parameters = {});
 
+    /// The same on an open database, without the limits of a connection.
+    Statement(sqlite3 *database, const QString &sql, const std::vector<QVariant> &parameters = {});
+
     /// Binds a value, exactly as stored, to the parameter at `index`, counted from 1.
     void bind(int index, const StoredValue &value);
 

@@ -8,7 +8,7 @@
 #include "tools/console/Console.h"
 #include "tools/console/NotDone.h"
 #include "tools/records/BatchCounts.h"
-#include "tools/sitetool/NeededColumns.h"
+#include "tools/records/NeededColumns.h"
 #include "tools/sitetool/Rights.h"
 
 #include <QDate>

@@ -3,9 +3,9 @@
 #include "platform/database/Statement.h"
 #include "tools/console/Console.h"
 #include "tools/console/NotDone.h"
+#include "tools/records/NamelessFile.h"
+#include "tools/records/NeededColumns.h"
 #include "tools/sitetool/MemoryDatabase.h"
-#include "tools/sitetool/NamelessFile.h"
-#include "tools/sitetool/NeededColumns.h"
 #include "tools/sitetool/OldDatabase.h"
 
 #include <QDate>

@@ -7,13 +7,13 @@
 #include "tools/records/Employees.h"
 #include "tools/records/Hours.h"
 #include "tools/records/Punches.h"
+#include "tools/records/NamelessFile.h"
 #include "tools/sitetool/CheckDatabase.h"
 #include "tools/sitetool/CheckSettingsAndPorts.h"
 #include "tools/sitetool/DatabasePath.h"
 #include "tools/sitetool/Findings.h"
 #include "tools/sitetool/Import.h"
 #include "tools/sitetool/MemoryDatabase.h"
-#include "tools/sitetool/NamelessFile.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

@@ -1,4 +1,4 @@
-#include "tools/sitetool/NamelessFile.h"
+#include "tools/records/NamelessFile.h"
 
 #include "tools/console/NotDone.h"
 
@@ -30,7 +30,7 @@ namespace
 
 } // namespace
 
-NamelessFile::NamelessFile(const QString &target)
+NamelessFile::NamelessFile(const QString &target, mode_t mode)
     : m_target(target), m_folder(::open(QFile::encodeName(QFileInfo(target).path()).constData(),
                                         O_RDONLY | O_DIRECTORY | O_CLOEXEC))
 {
@@ -41,10 +41,8 @@ NamelessFile::NamelessFile(const QString &target)
     }
     if (!m_folder || ::fstat(m_folder.get(), &status) != 0)
         failToMake(target);
-    constexpr mode_t AsUmaskAllows = 0666;
     constexpr mode_t OfTheGroup = 0660;
-    m_file = FileDescriptor(
-        ::openat(m_folder.get(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, AsUmaskAllows));
+    m_file = FileDescriptor(::openat(m_folder.get(), ".", O_TMPFILE | O_RDWR | O_CLOEXEC, mode));
     const bool isShared = (status.st_mode & S_ISGID) != 0;
     if (!m_file || (isShared && ::fchmod(m_file.get(), OfTheGroup) != 0))
         failToMake(target);
@@ -63,10 +61,9 @@ void NamelessFile::write(const QByteArray &bytes)
 
 void NamelessFile::publish()
 {
-    const QByteArray file = "/proc/self/fd/" + QByteArray::number(m_file.get());
     const QByteArray name = QFile::encodeName(QFileInfo(m_target).fileName());
     // Unlike rename(), linkat() never replaces an existing file.
-    if (::fsync(m_file.get()) != 0 || ::linkat(AT_FDCWD, file.constData(), m_folder.get(),
+    if (::fsync(m_file.get()) != 0 || ::linkat(AT_FDCWD, path().constData(), m_folder.get(),
                                                name.constData(), AT_SYMLINK_FOLLOW) != 0)
         failToMake(m_target);
     // Its result is ignored: not every file system can sync a folder, and the contents are safe.

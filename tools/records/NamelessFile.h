@@ -5,6 +5,8 @@
 #include <QByteArray>
 #include <QString>
 
+#include <sys/types.h>
+
 namespace Tavrel
 {
 
@@ -14,13 +16,16 @@ namespace Tavrel
 class NamelessFile
 {
 public:
-    /// Creates an empty file with the permissions that the umask allows. In a folder with the
-    /// set-group-ID bit, the group may write it whatever the umask is, and others may not read it.
-    /// Throws NotDone if the name is in use, or if the folder or its file system does not support
-    /// such a file.
-    explicit NamelessFile(const QString &target);
+    /// Creates an empty file with those permissions of `mode` that the umask allows. In a folder
+    /// with the set-group-ID bit, the group may write it whatever the umask is, and others may not
+    /// read it. Throws NotDone if the name is in use, or if the folder or its file system does not
+    /// support such a file.
+    explicit NamelessFile(const QString &target, mode_t mode = 0666);
 
     const QString &target() const { return m_target; }
+
+    /// A path by which this process can open the file, also through GuardedFiles.
+    QByteArray path() const { return "/proc/self/fd/" + QByteArray::number(m_file.get()); }
 
     /// Appends `bytes`. Throws NotDone if they cannot be written.
     void write(const QByteArray &bytes);
