@@ -53,14 +53,20 @@ void TimeDatabase::change(const std::function<void()> &action)
     }
 }
 
-void TimeDatabase::note(const Correction &correction, const QString &reason)
+void TimeDatabase::makeCorrectionTable(sqlite3 *database)
 {
-    statement(u"CREATE TABLE IF NOT EXISTS Correction ("
-              "DateTime DATETIME NOT NULL, UserName VARCHAR(100) NOT NULL, "
-              "Change VARCHAR(50) NOT NULL, Was TEXT NOT NULL, Became TEXT NOT NULL, "
-              "Reason TEXT NOT NULL)"_s)
+    Statement(database, u"CREATE TABLE IF NOT EXISTS Correction ("
+                        "DateTime DATETIME NOT NULL, UserName VARCHAR(100) NOT NULL, "
+                        "Change VARCHAR(50) NOT NULL, Was TEXT NOT NULL, Became TEXT NOT NULL, "
+                        "Reason TEXT NOT NULL)"_s)
         .execute();
-    statement(u"INSERT INTO Correction (DateTime, UserName, Change, Was, Became, Reason) "
+}
+
+void TimeDatabase::note(sqlite3 *database, const Correction &correction, const QString &reason)
+{
+    makeCorrectionTable(database);
+    Statement(database,
+              u"INSERT INTO Correction (DateTime, UserName, Change, Was, Became, Reason) "
               "VALUES (?1, ?2, ?3, ?4, ?5, ?6)"_s,
               {QDateTime::currentDateTime(), userName(), correction.change, correction.was,
                correction.became, reason})

@@ -52,7 +52,14 @@ public:
     /// the time and this user's name. The clock does not know this table:
     ///
     ///     Correction      DateTime, UserName, Change, Was, Became, Reason
-    void note(const Correction &correction, const QString &reason);
+    void note(const Correction &correction, const QString &reason)
+    {
+        note(m_connection.database(), correction, reason);
+    }
+
+    /// The same in an open database.
+    static void note(sqlite3 *database, const Correction &correction, const QString &reason);
+    static void makeCorrectionTable(sqlite3 *database);
 
 private:
     Connection m_connection;

@@ -1,6 +1,7 @@
 #include "platform/basics/Utf8Locale.h"
 #include "tools/console/Console.h"
 #include "tools/records/BatchCounts.h"
+#include "tools/records/Backup.h"
 #include "tools/records/CommandLine.h"
 #include "tools/records/Corrections.h"
 #include "tools/records/EmployeeList.h"
@@ -8,6 +9,7 @@
 #include "tools/records/Hours.h"
 #include "tools/records/Punches.h"
 #include "tools/records/NamelessFile.h"
+#include "tools/records/Restore.h"
 #include "tools/sitetool/CheckDatabase.h"
 #include "tools/sitetool/CheckSettingsAndPorts.h"
 #include "tools/sitetool/DatabasePath.h"
@@ -30,49 +32,62 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-constexpr char Description[] =
-    "Manages the time database of a site.\n\n"
-    "Commands:\n"
-    "  employees [TEXT]       list badges and names, or those that contain TEXT\n"
-    "  employees add BADGE \"NAME\"\n"
-    "  employees rename BADGE \"NAME\"\n"
-    "  employees remove BADGE\n"
-    "                         change one employee; a removed one's punches stay\n"
-    "  employees import LIST.csv [--apply [--doubtful]]\n"
-    "                         show what a list from a spreadsheet would add and rename, and what\n"
-    "                         is wrong in it; --apply stores it, --doubtful even if something\n"
-    "                         only looks wrong\n"
-    "  punches [--badge BADGE] [--from DAY] [--to DAY]\n"
-    "                         list the punches of a period or of today, with the numbers of their\n"
-    "                         rows and what is wrong with them\n"
-    "  punches add BADGE in|out TIME\n"
-    "                         add a forgotten punch\n"
-    "  punches change ROW BADGE [in|out] [TIME]\n"
-    "                         change the type or the time of the punch in that row; the row must\n"
-    "                         be of that badge\n"
-    "  punches remove ROW BADGE\n"
-    "                         remove the punch in that row\n"
-    "  present                list who is in, and since when\n"
-    "  hours --week WEEK, or --month MONTH, or --from DAY --to DAY\n"
-    "                         list the hours of each badge: from each Clock In to the next punch\n"
-    "                         if that is a Clock Out, counted where it begins\n"
-    "  corrections [--from DAY] [--to DAY]\n"
-    "                         list the changes made by these commands\n"
-    "  new [FILE]             make an empty database with the tables that the clock uses\n"
-    "  import OLD.mdb [FILE]  make a database with all tables of a Jet 3 or Jet 4 database, or of\n"
-    "                         a later Access file, which is not changed\n"
-    "  check [FILE]           check the database, this user's settings and the ports; report\n"
-    "                         whether the clock is running and would store a swipe, and which\n"
-    "                         punch was stored last. Changes nothing and opens no port, so it\n"
-    "                         cannot detect a rate or parity that the port does not support.\n"
-    "                         With --mend-counts it first mends the batches whose RecordCount is\n"
-    "                         not the number of their punches\n\n"
-    "A TIME is for example \"2026-03-23 16:45\", or 16:45 for today. A BADGE is a text: 00123 is\n"
-    "not 123.\n"
-    "The default FILE is Orvanta.mdb in the program's folder. An existing file is never replaced.\n"
-    "The exit status is 0 on success, and from check if a swipe would be stored; otherwise 1, or "
-    "2\n"
-    "if the command line is invalid.";
+constexpr char Description[] = R"(Manages the time database of a site.
+
+Commands:
+  employees [TEXT]       list badges and names, or those that contain TEXT
+  employees add BADGE "NAME"
+  employees rename BADGE "NAME"
+  employees remove BADGE
+                         change one employee; a removed one's punches stay
+  employees import LIST.csv [--apply [--doubtful]]
+                         show what a list from a spreadsheet would add and
+                         rename, and what is wrong in it; --apply stores it,
+                         --doubtful even if something only looks wrong
+  punches [--badge BADGE] [--from DAY] [--to DAY]
+                         list the punches of today or of a period, with the
+                         numbers of their rows and what is wrong with them
+  punches add BADGE in|out TIME
+                         add a forgotten punch
+  punches change ROW BADGE [in|out] [TIME]
+                         change the type or the time of a punch
+  punches remove ROW BADGE
+                         remove a punch
+  present                list who is in, and since when
+  hours --week WEEK, or --month MONTH, or --from DAY --to DAY
+                         list the hours of each badge: from each Clock In to
+                         the next punch if that is a Clock Out, counted where
+                         it begins
+  corrections [--from DAY] [--to DAY]
+                         list the changes made by these commands
+  backup TARGET [--keep N]
+                         make a complete copy of the database while the clock
+                         runs: TARGET is a new file, or a folder for one that
+                         is named after the date and time; --keep then removes
+                         all but the N newest of these
+  restore BACKUP [--yes] [--keep-punches]
+                         write a backup into the database while the clock
+                         runs, and keep a copy of the database beside it; list
+                         the punches that the backup lacks, or keep them
+  new [FILE]             make an empty database with the tables that the clock
+                         uses
+  import OLD.mdb [FILE]  make a database with all tables of a Jet 3 or Jet 4
+                         database, or of a later Access file, which is not
+                         changed
+  check [FILE]           check the database, this user's settings and the
+                         ports; report whether the clock is running and would
+                         store a swipe, and which punch was stored last.
+                         Changes nothing and opens no port, so it cannot
+                         detect a rate or parity that the port does not
+                         support. With --mend-counts it first mends the
+                         batches whose RecordCount is not the number of their
+                         punches
+
+A TIME is for example "2026-03-23 16:45", or 16:45 for today. A BADGE is text:
+00123 is not 123. The default FILE is Orvanta.mdb in the program's folder. No
+existing file is replaced, except by restore. The exit status is 0 on success,
+and from check if a swipe would be stored; otherwise 1, or 2 if the command
+line is invalid.)";
 
 /// `new [FILE]`: makes an empty database with the tables that the clock uses. Throws NotDone, and
 /// makes nothing, if that fails.
@@ -135,6 +150,8 @@ constexpr std::array Actions{
         {"punches", 0, 0, "add, change, remove or only options"}, "badge from to csv", listPunches},
     Action{{"present", 0, 0, "no text"}, "csv", listPresent},
     Action{{"hours", 0, 0, "only options"}, "week month from to csv", listHours},
+    Action{{"backup", 1, 1, "one TARGET"}, "keep", backUp},
+    Action{{"restore", 1, 1, "one BACKUP"}, "yes keep-punches reason", restore},
     Action{{"corrections", 0, 0, "no text"}, "from to csv", listCorrections},
 };
 
@@ -152,6 +169,9 @@ const QList<QCommandLineOption> &options()
         {u"badge"_s, u"Only this badge."_s, u"BADGE"_s},
         {u"reason"_s, u"Why, for the list of corrections."_s, u"TEXT"_s},
         {u"mend-counts"_s, u"Mend each RecordCount that is not the number of punches."_s},
+        {u"keep"_s, u"Remove all but the N newest backups from the folder."_s, u"N"_s},
+        {u"keep-punches"_s, u"Add the punches that the backup lacks."_s},
+        {u"yes"_s, u"Do not ask."_s},
         {u"csv"_s, u"Print CSV for a spreadsheet."_s},
     };
     return all;
