@@ -335,6 +335,29 @@ private Q_SLOTS:
                  qPrintable(run.errors));
     }
 
+    /// What the Tab key offers in the shell.
+    void completion_data()
+    {
+        Table<QString, QString> row("words", "offers");
+        row("b", "backup");
+        row("backup ", "");
+        row("no[ ", "");
+        row("backup / --keep", "--keep --keep-punches");
+        row("--v", "--version");
+    }
+    void completion()
+    {
+        QFETCH(QString, words);
+        const QString script = ". '" SAMPLES "/../../../packaging/tavrel-sitetool.bash'\n"
+                               "IFS=' ' read -ra COMP_WORDS <<<\"sitetool $1.\"\n"
+                               "COMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n"
+                               "COMP_WORDS[COMP_CWORD]=${COMP_WORDS[COMP_CWORD]%.}\n"
+                               "_tavrel_sitetool '" SITETOOL "'; echo \"${COMPREPLY[*]}\"";
+        const Run run = Run::start("bash", {"-c", script, "-", words});
+        QCOMPARE(run.errors, "");
+        QTEST(run.output.trimmed(), "offers");
+    }
+
 private:
     QString path(const char *name) const { return m_folder->filePath(name); }
 
