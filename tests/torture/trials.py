@@ -165,6 +165,33 @@ def hangs(place):
     place.manager.send_signal(SIGCONT)
 
 
+def commands(place):
+    """Each of sitetool's commands runs beside a swipe, which must be stored without a message box."""
+    def row():
+        return place.query("SELECT rowid FROM RawDataDetails WHERE PersonalID = 'hand'")[0][0]
+
+    copy, today = place.folder / f'copy{place.round}.mdb', time.strftime('%F')
+    for command in (
+            lambda: ('employees', 'add', 'hand', 'Hand Made'),
+            lambda: ('employees', 'rename', 'hand', 'Hand Mended'),
+            lambda: ('backup', copy),
+            lambda: ('punches', 'add', 'hand', 'in', f'{today} 00:00'),
+            lambda: ('punches', 'change', row(), 'hand', 'out'),
+            lambda: ('restore', copy, '--yes', '--keep-punches'),
+            lambda: ('punches', 'remove', row(), 'hand'),
+            lambda: ('employees', 'remove', 'hand'),
+            lambda: ('check', '--mend-counts'),
+            *((lambda name=name: name) for name in (
+                ('employees',), ('punches',), ('present',), ('hours', '--from', today), ('corrections',)))):
+        badge = place.swipe()
+        place.pause(0.2)
+        arguments = [*map(str, command()), '--file', str(place.database)]
+        status = place.start(place.programs / 'sitetool', *arguments).wait()
+        assert status == 0, (arguments, (place.folder / 'sitetool').read_text())
+        assert holds(lambda: place.has(badge)) and not place.boxes(), (arguments, badge)
+        place.seen.add(badge)
+
+
 def covers(place):
     """The clock covers Punch Information, which the next swipe brings to the front. The clock, once
     moved, stays there when its frame changes: the window manager's own menu takes the frame off and
@@ -266,6 +293,8 @@ TRIALS = [
     Trial('settings', settings, 8, 40),
     Trial('signals', signals, 10, 60, journal='wal'),
     Trial('hangs', hangs, 1, 5),
+    Trial('commands', commands, 1, 20),
+    Trial('commands', commands, 1, 20, journal='wal'),
     Trial('covers', covers, 2, 10),
     Trial('wayland', wayland, 1, 3),
     Trial('cuts', cuts, 0, 20, disk=True),

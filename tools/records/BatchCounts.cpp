@@ -4,6 +4,7 @@
 #include "tools/console/NotDone.h"
 
 #include <QHash>
+#include <QThread>
 
 #include <algorithm>
 
@@ -43,9 +44,17 @@ std::vector<WrongCount> wrongCounts(Connection &connection)
 void mendCounts(const CommandLine &line)
 {
     TimeDatabase database(line.file);
+    const std::vector<WrongCount> before = wrongCounts(database.connection());
+    if (before.empty())
+        return;
+    // The clock counts a punch in one commit and stores it in the next, milliseconds later.
+    QThread::sleep(1);
     std::vector<WrongCount> wrong;
     database.change([&] {
         wrong = wrongCounts(database.connection());
+        std::erase_if(wrong, [&](const WrongCount &batch) {
+            return std::ranges::find(before, batch) == before.end();
+        });
         for (const WrongCount &batch : wrong) {
             database.execute(u"UPDATE RawData SET RecordCount = ?2 WHERE _rowid_ = ?1"_s,
                              {batch.row, batch.punches});

@@ -14,6 +14,8 @@ struct WrongCount {
     QVariant batch;
     QVariant counted;
     qlonglong punches;
+
+    bool operator==(const WrongCount &) const = default;
 };
 
 /// The batches with a wrong RecordCount, in order of row. If several have the same number, their
@@ -21,7 +23,8 @@ struct WrongCount {
 /// more than 100,000 batches.
 std::vector<WrongCount> wrongCounts(Connection &connection);
 
-/// `check --mend-counts`: sets the wrong RecordCounts to the number of punches.
+/// `check --mend-counts`: sets the RecordCounts that stay wrong for a second to the number of
+/// punches.
 void mendCounts(const CommandLine &line);
 
 } // namespace Tavrel

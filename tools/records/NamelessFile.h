@@ -13,6 +13,9 @@ namespace Tavrel
 /// A file without a name in the folder of its target. It gets its name only once it is complete, so
 /// other users who may write the folder cannot replace it by a link before that, and it disappears
 /// if the program ends. An existing file is never replaced, nor is a dangling link.
+///
+/// The file systems of memory sticks do not support such files. There, in a folder that only this
+/// user may write, it is named TARGET.part until it is complete.
 class NamelessFile
 {
 public:
@@ -21,6 +24,9 @@ public:
     /// read it. Throws NotDone if the name is in use, or if the folder or its file system does not
     /// support such a file.
     explicit NamelessFile(const QString &target, mode_t mode = 0666);
+    NamelessFile(const NamelessFile &) = delete;
+    NamelessFile &operator=(const NamelessFile &) = delete;
+    ~NamelessFile();
 
     const QString &target() const { return m_target; }
 
@@ -38,6 +44,7 @@ private:
     QString m_target;
     FileDescriptor m_folder;
     FileDescriptor m_file;
+    QByteArray m_partName; ///< in the folder; empty if the file has no name
 };
 
 } // namespace Tavrel
