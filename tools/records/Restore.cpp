@@ -68,6 +68,8 @@ public:
         m_database.connection().Mode = adModeReadWrite;
     }
 
+    const QString &target() const { return m_live; }
+
     /// Returns false, with nothing changed, if a punch came in between.
     bool tryOnce();
 
@@ -347,7 +349,7 @@ int restore(const CommandLine &line)
         if (tries == MostTries)
             throw NotDone{u"Nothing was changed, because other programs keep writing."_s};
     }
-    Console::say(u"Restored %1."_s.arg(line.file));
+    Console::say(u"Restored %1."_s.arg(restoring.target()));
     return Console::Succeeded;
 }
 
