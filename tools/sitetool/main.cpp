@@ -188,11 +188,14 @@ int perform(const QCommandLineParser &parser)
     line.arguments.remove(0, command.words());
 
     const QStringList taken = QString::fromLatin1(action.options).split(u' ') << u"file"_s;
-    for (const QString &option : parser.optionNames()) {
-        if (!taken.contains(option))
+    for (const QCommandLineOption &option : options()) {
+        if (!parser.isSet(option))
+            continue;
+        const QString name = option.names().constFirst();
+        if (!taken.contains(name))
             throw Console::Mistake{
-                u"%1 takes no --%2."_s.arg(QLatin1StringView(command.name), option)};
-        line.options.insert(option, parser.value(option));
+                u"%1 takes no --%2."_s.arg(QLatin1StringView(command.name), name)};
+        line.options.insert(name, option.valueName().isEmpty() ? QString() : parser.value(option));
     }
     QString file = line.options.value(u"file"_s);
     if (action.filePosition >= 0 && line.arguments.size() > action.filePosition) {
