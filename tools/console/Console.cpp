@@ -5,6 +5,8 @@
 
 #include <QCoreApplication>
 
+#include <csignal>
+#include <cstdio>
 #include <iostream>
 
 namespace Tavrel
@@ -84,10 +86,14 @@ int run(QCommandLineParser &parser, const std::function<int()> &action)
         parser.showHelp(Succeeded);
     if (parser.isSet(version))
         parser.showVersion();
+    std::signal(SIGXFSZ, SIG_IGN); // the write fails instead
     try {
         if (!isParsed)
             throw Mistake{parser.errorText()};
-        return action();
+        const int status = action();
+        if (std::fflush(stdout) != 0 || std::ferror(stdout) || !std::cout.flush())
+            return complain(u"Cannot write the output."_s);
+        return status;
     } catch (const Mistake &mistake) {
         complain(mistake.what + u" Try --help."_s);
         return NotUnderstood;

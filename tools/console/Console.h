@@ -50,9 +50,9 @@ struct Command {
 /// if the number of the other arguments is wrong.
 const Command &commandOf(std::span<const Command> commands, const QStringList &arguments);
 
-/// Parses the arguments of the program, then returns the exit status of `action`. Answers --help
-/// and
-/// --version itself. Reports a Mistake as NotUnderstood, and a NotDone or a Failure as Failed.
+/// Parses the arguments of the program, then returns the exit status of `action`. Answers the
+/// options for help and version itself. Reports a Mistake as NotUnderstood, and a NotDone, a
+/// Failure, and output that could not be written, as Failed.
 int run(QCommandLineParser &parser, const std::function<int()> &action);
 
 } // namespace Console

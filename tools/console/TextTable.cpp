@@ -31,7 +31,7 @@ QString csvCell(QString cell)
     static const QString Beginnings = u"=+-@\t\r\n\uFF1D\uFF0B\uFF0D\uFF20"_s;
     if (!cell.isEmpty() && Beginnings.contains(cell[0]))
         cell.prepend(u'\'');
-    const auto isSpecial = [](QChar letter) { return u",\"\r\n"_s.contains(letter); };
+    const auto isSpecial = [](QChar letter) { return u",;\t\"\r\n"_s.contains(letter); };
     if (std::ranges::any_of(cell, isSpecial))
         cell = u'"' + cell.replace(u'"', u"\"\""_s) + u'"';
     return cell;

@@ -55,7 +55,7 @@ int backUp(const CommandLine &line)
     const bool isFolder = folder.isDir() && !folder.isSymLink();
     if (kept > 0 && !isFolder)
         throw Console::Mistake{
-            u"--keep needs an existing folder, but \"%1\" is none."_s.arg(line.arguments[0])};
+            u"--keep needs an existing folder; not a folder: \"%1\"."_s.arg(line.arguments[0])};
     const QString name =
         QDateTime::currentDateTime().toString(u"'Orvanta-'yyyy-MM-dd-HHmmss'.mdb'");
 

@@ -20,12 +20,13 @@ std::vector<WrongCount> wrongCounts(Connection &connection)
     QHash<qint64, std::size_t> places; // in `batches`, by number
     // One statement sees the file at one time. Counting here is faster than GROUP BY, which sorts.
     Statement rows(connection,
-                   u"SELECT _rowid_, ID, RecordCount FROM RawData WHERE ID IS NOT NULL UNION ALL "
-                   "SELECT NULL, ID, NULL FROM RawDataDetails WHERE ID IS NOT NULL"_s);
+                   u"SELECT _rowid_, ID, RecordCount, 1 FROM RawData WHERE typeof(ID) = 'integer' "
+                   "UNION ALL SELECT 0, ID, NULL, 0 FROM RawDataDetails "
+                   "WHERE typeof(ID) = 'integer'"_s);
     while (rows.step()) {
         const qint64 number = rows.number(1);
         const auto place = places.constFind(number);
-        if (rows.number(0) == 0) {
+        if (rows.number(3) == 0) {
             if (place != places.constEnd())
                 ++batches[*place].punches;
         } else if (place == places.constEnd()) {
@@ -44,6 +45,7 @@ std::vector<WrongCount> wrongCounts(Connection &connection)
 void mendCounts(const CommandLine &line)
 {
     TimeDatabase database(line.file);
+    database.connection().CommandTimeout = TimeDatabase::LongestRead;
     const std::vector<WrongCount> before = wrongCounts(database.connection());
     if (before.empty())
         return;

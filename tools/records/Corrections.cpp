@@ -12,19 +12,17 @@ using namespace Qt::StringLiterals;
 
 int listCorrections(const CommandLine &line)
 {
-    CommandLine asked = line;
-    if (!line.has(u"from"_s))
-        asked.options.insert(u"from"_s, u"0001-01-01"_s);
-    const Period period = periodOf(asked);
+    const bool isAll = !line.has(u"from"_s) && !line.has(u"to"_s);
+    const Period period = periodOf(line);
     TimeDatabase database(line.file);
     const QStringList headings{"When", "User", "Change", "Before", "After", "Reason"};
     TextTable table(headings);
     if (database.value(u"SELECT 1 FROM sqlite_master WHERE name = 'Correction'"_s).isValid()) {
         Statement rows =
             database.statement(u"SELECT DateTime, UserName, Change, Was, Became, Reason "
-                               "FROM Correction WHERE DateTime >= ?1 AND DateTime < ?2 "
+                               "FROM Correction WHERE ?3 OR (DateTime >= ?1 AND DateTime < ?2) "
                                "ORDER BY _rowid_"_s,
-                               {period.begin(), period.end()});
+                               {period.begin(), period.end(), isAll ? 1 : 0});
         while (rows.step()) {
             QStringList cells;
             for (int i = 0; i < headings.size(); ++i)

@@ -11,11 +11,13 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// The employee's badge and name on one line; null if no employee has the badge.
+/// The employee's badge and name on one line, or those of all who have the badge; null if no one
+/// has it.
 QString employee(TimeDatabase &database, const QString &badge)
 {
     const QString sql =
-        u"SELECT PersonalID || ' ' || ifnull(Name, '') FROM Employee WHERE PersonalID = ?"_s;
+        u"SELECT group_concat(PersonalID || ' ' || ifnull(Name, ''), '; ') FROM Employee "
+        "WHERE PersonalID = ?"_s;
     return database.value(sql, {badge}).toString();
 }
 
@@ -49,7 +51,6 @@ QString change(const CommandLine &line, bool isNew)
 
 QString whyRefused(const QString &badge, const QString &name)
 {
-    constexpr qsizetype BadgeSize = 50; // as much as the clock stores with a punch
     return badge.isEmpty()            ? u"no badge"_s
            : badge.size() > BadgeSize ? u"badge longer than %1 characters"_s.arg(BadgeSize)
            : name.isEmpty()           ? u"no name"_s
@@ -63,7 +64,7 @@ void setEmployee(TimeDatabase &database, const QString &badge, const QString &na
     const QString after = name.isNull() ? QString() : badge + u' ' + name;
     const auto run = [&](const QString &done, const QString &sql,
                          const std::vector<QVariant> &values) {
-        database.statement(sql, values).execute();
+        database.changeRows(sql, values);
         database.note({u"employee "_s + done, before, after}, line.options[u"reason"_s]);
     };
     if (name.isNull())

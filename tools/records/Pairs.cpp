@@ -118,8 +118,7 @@ public:
     Reader(TimeDatabase &database, QString begin, QString end)
         : m_database(database), m_begin(std::move(begin)), m_end(std::move(end))
     {
-        // A scan that runs as long as the clock waits for the file could cost it a punch.
-        database.connection().CommandTimeout = std::chrono::seconds(20);
+        database.connection().CommandTimeout = TimeDatabase::LongestRead;
     }
 
     void readPeriod(const std::optional<QString> &badge);

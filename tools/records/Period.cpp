@@ -27,7 +27,8 @@ Period weekOf(const QString &text)
     const QDate january(match.captured(1).toInt(), 1, 4);
     const QDate monday = january.addDays(1 - january.dayOfWeek() + (number - 1) * 7);
     int year = 0;
-    if (monday.weekNumber(&year) != number || year != january.year())
+    if (!match.hasMatch() || !monday.isValid() || monday.weekNumber(&year) != number ||
+        year != january.year())
         throw invalid(u"--week"_s, text, u"2026-W13"_s);
     return {monday, monday.addDays(6)};
 }

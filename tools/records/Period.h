@@ -26,12 +26,10 @@ struct Period {
     QString end() const { return last.toString(Qt::ISODate) + u'~'; }
 };
 
-/// The period of the options: --week 2026-W13, --month 2026-03, or --from and --to, each a day.
-/// Without
-/// --to it ends today, without any it is today; without --from it begins with the first punch.
-/// Throws Console::Mistake if an option is invalid, if several of them are given, or if --from is
-/// after
-/// --to.
+/// The period of the options: a week (2026-W13), a month (2026-03), or all days from one to
+/// another, of which the last is today by default, and the first that of the first punch. Without
+/// any of them it is today. Throws Console::Mistake if an option is invalid, if they contradict
+/// each other, or if the first day is after the last.
 Period periodOf(const CommandLine &line);
 
 } // namespace Tavrel

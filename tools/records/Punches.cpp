@@ -19,8 +19,6 @@ namespace
 /// change of that row in the same instant would cost it a punch.
 constexpr QLatin1StringView BatchMark("sitetool");
 
-constexpr qsizetype LongestBadge = 50;
-
 /// EventStatus of "in" or "out"; invalid for another text.
 QVariant statusOf(const QString &text)
 {
@@ -151,7 +149,7 @@ int addPunch(const CommandLine &line)
     if (!status.isValid())
         throw invalidType(line.arguments[1]);
     const QDateTime time = pastTimeOf(line.arguments[2]);
-    if (badge.isEmpty() || badge.size() > LongestBadge)
+    if (badge.isEmpty() || badge.size() > BadgeSize)
         throw NotDone{u"The badge \"%1\" is %2."_s.arg(
             badge, badge.isEmpty() ? u"blank"_s : u"longer than 50 characters"_s)};
 
@@ -159,10 +157,10 @@ int addPunch(const CommandLine &line)
     StoredPunch stored;
     database.change([&] {
         const QVariant batch = countIntoBatch(database);
-        database.execute(u"INSERT INTO RawDataDetails "
-                         "(ID, PersonalID, EventStatus, DateTime, Shift, MachineNo) "
-                         "VALUES (?1, ?2, ?3, ?4, 0, 0)"_s,
-                         {batch, badge, status, time});
+        database.changeRows(u"INSERT INTO RawDataDetails "
+                            "(ID, PersonalID, EventStatus, DateTime, Shift, MachineNo) "
+                            "VALUES (?1, ?2, ?3, ?4, 0, 0)"_s,
+                            {batch, badge, status, time});
         const qlonglong row = database.value(u"SELECT last_insert_rowid()"_s).toLongLong();
         refuseRepetition(database, row);
         stored = storedPunch(database, row);
@@ -192,9 +190,9 @@ int changePunch(const CommandLine &line)
         if (time.isValid() && !timeText.contains(u'-') && !was.time.startsWith(today))
             throw NotDone{u"The punch is not of today: give the time with its day, for "
                           "example \"%1 %2\"."_s.arg(was.time.left(today.size()), timeText)};
-        database.execute(u"UPDATE RawDataDetails SET EventStatus = ifnull(?2, EventStatus), "
-                         "DateTime = ifnull(?3, DateTime) WHERE _rowid_ = ?1"_s,
-                         {row, status, time});
+        database.changeRows(u"UPDATE RawDataDetails SET EventStatus = ifnull(?2, EventStatus), "
+                            "DateTime = ifnull(?3, DateTime) WHERE _rowid_ = ?1"_s,
+                            {row, status, time});
         became = storedPunch(database, row);
         if (became.text == was.text)
             throw NotDone{u"Nothing to change: %1."_s.arg(was.text)};
@@ -213,7 +211,7 @@ int removePunch(const CommandLine &line)
     StoredPunch was;
     database.change([&] {
         was = punchOf(database, row, line.arguments[1]);
-        database.execute(u"DELETE FROM RawDataDetails WHERE _rowid_ = ?1"_s, {row});
+        database.changeRows(u"DELETE FROM RawDataDetails WHERE _rowid_ = ?1"_s, {row});
         database.execute(u"UPDATE RawData SET RecordCount = RecordCount - 1 "
                          "WHERE _rowid_ = (SELECT min(_rowid_) FROM RawData WHERE ID = ?1) "
                          "AND typeof(RecordCount) = 'integer'"_s,

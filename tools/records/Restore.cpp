@@ -84,6 +84,7 @@ private:
     void requireSound(const DatabaseCopy &draft) const;
     std::optional<DatabaseCopy> copyToday();
     void fitPageSize(const DatabaseCopy &draft, const DatabaseCopy &today) const;
+    void makeLog(const DatabaseCopy &draft) const;
     void findLacking(const DatabaseCopy &draft);
     void showLacking(const DatabaseCopy &draft) const;
     void ask() const;
@@ -97,8 +98,10 @@ private:
     const QString m_aside;
     TimeDatabase m_backup;
     TimeDatabase m_database;
-    qlonglong m_lacking = 0;           ///< punches; -1 if today's cannot be read
-    std::optional<qlonglong> m_agreed; ///< m_lacking when it was shown
+    qlonglong m_lacking = 0;                ///< punches; -1 if today's cannot be read
+    std::optional<qlonglong> m_corrections; ///< that the backup lacks, if today's can be read
+    QString m_lackingPunches;               ///< all of them
+    std::optional<QString> m_agreed;        ///< m_lackingPunches when they were shown
 };
 
 /// The backup may come from anywhere: from another program, or from a failing stick.
@@ -121,11 +124,11 @@ void Restoring::requireSound(const DatabaseCopy &draft) const
                 stored.value(1).toVariant().toString()));
     } catch (const Failure &failure) {
         throw NotDone{
-            u"\"%1\" is no backup of a time database: %2."_s.arg(named, failure.description)};
+            u"\"%1\" is not a backup of a time database: %2."_s.arg(named, failure.description)};
     }
 }
 
-/// Nothing if there is no file, or if it is none that SQLite can open.
+/// Nothing if the file is missing, or if SQLite cannot open it.
 std::optional<DatabaseCopy> Restoring::copyToday()
 {
     if (!QFileInfo::exists(m_live) && !QFileInfo(m_live).isSymLink())
@@ -156,6 +159,32 @@ void Restoring::fitPageSize(const DatabaseCopy &draft, const DatabaseCopy &today
     draft.statement(u"VACUUM main"_s).execute();
 }
 
+/// A table or a view of that name, but of another shape, is not sitetool's.
+void Restoring::makeLog(const DatabaseCopy &draft) const
+{
+    QString kind;
+    QString columns;
+    {
+        Statement log = draft.statement(u"SELECT type, (SELECT group_concat(name, ', ') FROM "
+                                        "pragma_table_info('Correction', 'main')) "
+                                        "FROM main.sqlite_master WHERE type IN ('table', 'view') "
+                                        "AND lower(name) = 'correction'"_s);
+        if (log.step()) {
+            kind = log.value(0).toVariant().toString();
+            columns = log.value(1).toVariant().toString();
+        }
+    }
+    const QString now = QDateTime::currentDateTime().toString(Qt::ISODate);
+    if (kind == u"view")
+        draft.statement(u"DROP VIEW main.Correction"_s).execute();
+    else if (kind == u"table" && columns != CorrectionColumns.join(u", "))
+        draft
+            .statement(u"ALTER TABLE main.Correction RENAME TO %1"_s.arg(
+                quotedName(u"Correction until "_s + now)))
+            .execute();
+    TimeDatabase::makeCorrectionTable(draft.database());
+}
+
 void Restoring::findLacking(const DatabaseCopy &draft)
 {
     try {
@@ -163,13 +192,32 @@ void Restoring::findLacking(const DatabaseCopy &draft)
             .statement(u"CREATE TEMP TABLE Lacking AS "_s +
                        lackingRows(u"RawDataDetails"_s, PunchColumns))
             .execute();
-        Statement count = draft.statement(u"SELECT count(*) FROM temp.Lacking"_s);
+        Statement count =
+            draft.statement(u"SELECT count(*), group_concat(concat_punch, char(10)) FROM (SELECT "
+                            "quote(PersonalID) || quote(EventStatus) || quote(DateTime) AS "
+                            "concat_punch FROM temp.Lacking JOIN today.RawDataDetails AS d "
+                            "ON d._rowid_ = Row ORDER BY Row)"_s);
         count.step();
-        m_lacking = count.value(0).toVariant().toLongLong();
+        m_lacking = count.number(0);
+        m_lackingPunches = QString::fromUtf8(count.text(1));
     } catch (const Failure &failure) {
         m_lacking = -1;
         Console::say(
             u"The punches of the present database cannot be read: %1."_s.arg(failure.description));
+    }
+    m_corrections.reset();
+    try {
+        if (!draft.statement(u"SELECT 1 FROM today.sqlite_master WHERE name = 'Correction'"_s)
+                 .step())
+            return;
+        Statement count = draft.statement(
+            u"SELECT count(*) FROM today.Correction WHERE Change <> 'restored' "
+            "AND _rowid_ IN (%1)"_s.arg(lackingRows(u"Correction"_s, CorrectionColumns)));
+        count.step();
+        m_corrections = count.number(0);
+    } catch (const Failure &failure) {
+        Console::say(u"The corrections of the present database cannot be read: %1."_s.arg(
+            failure.description));
     }
 }
 
@@ -177,6 +225,9 @@ void Restoring::showLacking(const DatabaseCopy &draft) const
 {
     if (m_lacking == 0)
         Console::say(u"It has all punches of the present database."_s);
+    if (m_corrections.value_or(0) > 0)
+        Console::say(u"It was made before %1 of the corrections, which it undoes; repeat those "
+                     "that are still right."_s.arg(*m_corrections));
     if (m_lacking <= 0)
         return;
     Console::say(u"It lacks %1 of the present database, which %2:"_s.arg(
@@ -185,8 +236,9 @@ void Restoring::showLacking(const DatabaseCopy &draft) const
                                 : u"will be lost without --keep-punches"_s));
     TextTable table({"Badge", "Name", "Type", "Time"});
     Statement rows = draft.statement(
-        u"SELECT PersonalID, (SELECT Name FROM main.Employee AS e WHERE e.PersonalID = "
-        "d.PersonalID), CASE EventStatus WHEN 1 THEN 'Clock In' WHEN 0 THEN 'Clock Out' ELSE "
+        u"SELECT PersonalID, ifnull((SELECT Name FROM main.Employee AS e "
+        "WHERE e.PersonalID = d.PersonalID), 'Unknown'), CASE EventStatus WHEN 1 THEN 'Clock In' "
+        "WHEN 0 THEN 'Clock Out' ELSE "
         "EventStatus END, DateTime FROM temp.Lacking JOIN today.RawDataDetails AS d "
         "ON d._rowid_ = Row ORDER BY DateTime, Row"_s);
     while (rows.step()) {
@@ -226,14 +278,12 @@ void Restoring::carryOver(const DatabaseCopy &draft)
         return columns.join(u", ");
     };
 
-    TimeDatabase::makeCorrectionTable(draft.database());
-    Statement log =
-        draft.statement(u"SELECT 1 FROM today.sqlite_master WHERE name = 'Correction'"_s);
-    if (m_lacking >= 0 && log.step()) {
+    if (m_corrections) {
         const QString columns = CorrectionColumns.join(u", ");
-        run(u"INSERT INTO main.Correction (%1) SELECT %1 FROM today.Correction WHERE _rowid_ "
-            "IN (%2) ORDER BY _rowid_"_s.arg(columns,
-                                             lackingRows(u"Correction"_s, CorrectionColumns)));
+        const QString values = CorrectionColumns.join(u", ''), ifnull(");
+        run(u"INSERT INTO main.Correction (%1) SELECT ifnull(%2, '') FROM today.Correction "
+            "WHERE _rowid_ IN (%3) ORDER BY _rowid_"_s.arg(
+                columns, values, lackingRows(u"Correction"_s, CorrectionColumns)));
     }
     if (m_lacking <= 0 || !m_line.has(u"keep-punches"_s))
         return;
@@ -246,7 +296,8 @@ void Restoring::carryOver(const DatabaseCopy &draft)
     run(u"INSERT INTO main.RawDataDetails (%1) SELECT %1 FROM %2 ORDER BY d._rowid_"_s.arg(punch,
                                                                                            kept));
     run(u"UPDATE main.RawData SET RecordCount = RecordCount + (SELECT count(*) FROM %1 "
-        "AND d.ID = RawData.ID) WHERE ID IN (SELECT ID FROM %1)"_s.arg(kept));
+        "AND d.ID = RawData.ID) WHERE typeof(RecordCount) = 'integer' AND ID IN (SELECT ID FROM "
+        "%1)"_s.arg(kept));
 }
 
 void Restoring::note(const DatabaseCopy &draft) const
@@ -295,6 +346,7 @@ void Restoring::makeInstead()
                 m_live, QLatin1StringView(ending), QString::fromLocal8Bit(strerror(errno)))};
     }
     DatabaseCopy made(m_backup.connection(), m_live);
+    makeLog(made);
     note(made);
     made.publish();
     if (hasFile)
@@ -315,14 +367,15 @@ bool Restoring::tryOnce()
     if (const QString damage = today->damage(); !damage.isEmpty())
         Console::say(u"The present database is damaged: %1."_s.arg(damage));
     fitPageSize(draft, *today);
+    makeLog(draft);
     draft.statement(u"ATTACH ?1 AS today"_s, {QString::fromLatin1(today->file().path())}).execute();
     findLacking(draft);
     if (m_lacking < 0 && m_line.has(u"keep-punches"_s))
         throw NotDone{u"They cannot be kept: restore without --keep-punches."_s};
-    if (m_agreed != m_lacking) {
+    if (m_agreed != m_lackingPunches) {
         showLacking(draft);
         ask();
-        m_agreed = m_lacking;
+        m_agreed = m_lackingPunches;
     }
     carryOver(draft);
     note(draft);

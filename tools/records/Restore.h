@@ -13,7 +13,7 @@ namespace Tavrel
 /// The clock may run: the contents are written in one transaction, so a killed restore leaves the
 /// old ones, and begins again if a punch is stored while it looks at the others. A damaged file
 /// that SQLite cannot open is moved aside instead. Returns the exit status. Throws NotDone or
-/// Failure, with the database unchanged, if the backup is damaged or is no time database.
+/// Failure, with the database unchanged, if the backup is damaged or not a time database.
 int restore(const CommandLine &line);
 
 } // namespace Tavrel

@@ -1,6 +1,7 @@
 #include "tools/records/TimeDatabase.h"
 
 #include "platform/basics/Failure.h"
+#include "tools/console/NotDone.h"
 
 #include <QDateTime>
 #include <QFileInfo>
@@ -53,6 +54,12 @@ void TimeDatabase::change(const std::function<void()> &action)
     }
 }
 
+void TimeDatabase::changeRows(const QString &sql, const std::vector<QVariant> &parameters)
+{
+    if (statement(sql, parameters).execute() == 0)
+        throw NotDone{u"The database did not make the change; a trigger may prevent it."_s};
+}
+
 void TimeDatabase::makeCorrectionTable(sqlite3 *database)
 {
     Statement(database, u"CREATE TABLE IF NOT EXISTS Correction ("
@@ -64,13 +71,23 @@ void TimeDatabase::makeCorrectionTable(sqlite3 *database)
 
 void TimeDatabase::note(sqlite3 *database, const Correction &correction, const QString &reason)
 {
-    makeCorrectionTable(database);
-    Statement(database,
-              u"INSERT INTO Correction (DateTime, UserName, Change, Was, Became, Reason) "
-              "VALUES (?1, ?2, ?3, ?4, ?5, ?6)"_s,
-              {QDateTime::currentDateTime(), userName(), correction.change, correction.was,
-               correction.became, reason})
-        .execute();
+    int added = 0;
+    QString why = u"a trigger may prevent it"_s;
+    try {
+        makeCorrectionTable(database);
+        added =
+            Statement(database,
+                      u"INSERT INTO Correction (DateTime, UserName, Change, Was, Became, Reason) "
+                      "VALUES (?1, ?2, ?3, ?4, ?5, ?6)"_s,
+                      {QDateTime::currentDateTime(), userName(), correction.change, correction.was,
+                       correction.became, reason})
+                .execute();
+    } catch (const Failure &failure) {
+        why = failure.description;
+    }
+    if (added == 0)
+        throw NotDone{
+            u"Nothing was changed, because the table Correction cannot be written: %1."_s.arg(why)};
 }
 
 } // namespace Tavrel

@@ -6,11 +6,15 @@
 #include <QString>
 #include <QVariant>
 
+#include <chrono>
 #include <functional>
 #include <vector>
 
 namespace Tavrel
 {
+
+/// The most characters of a badge number that the clock stores.
+inline constexpr qsizetype BadgeSize = 50;
 
 /// What a correction changed, and to what, each as a line for people; empty if there was or is
 /// nothing.
@@ -25,6 +29,10 @@ struct Correction {
 class TimeDatabase
 {
 public:
+    /// The time limit of a statement that scans a table. One that runs for as long as the clock
+    /// waits for the file could cost a punch.
+    static constexpr std::chrono::seconds LongestRead{20};
+
     /// Opens `file` on first use, for writing too if this user may.
     explicit TimeDatabase(const QString &file);
 
@@ -40,6 +48,10 @@ public:
     {
         statement(sql, parameters).execute();
     }
+
+    /// The same for a statement that must change rows. Throws NotDone if it changes none, as a
+    /// trigger in the file may prevent it.
+    void changeRows(const QString &sql, const std::vector<QVariant> &parameters = {});
 
     /// The only value of a query; invalid if it has no row.
     QVariant value(const QString &sql, const std::vector<QVariant> &parameters = {});

@@ -84,7 +84,7 @@ Commands:
                          punches
 
 A TIME is for example "2026-03-23 16:45", or 16:45 for today. A BADGE is text:
-00123 is not 123. The default FILE is Orvanta.mdb in the program's folder. No
+00123 is not 123, and one that begins with a dash is typed after --. The default FILE is Orvanta.mdb in the program's folder. No
 existing file is replaced, except by restore. The exit status is 0 on success,
 and from check if a swipe would be stored; otherwise 1, or 2 if the command
 line is invalid.)";

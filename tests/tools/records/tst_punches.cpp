@@ -173,7 +173,7 @@ private Q_SLOTS:
             QString(kept).remove("2|9||0|2026-03-23 12:00:00|0|0\n"));
         row("count out of the first of the batches with that number",
             {"punches", "remove", "2", ""}, "", counts, "9|2|MSR\n4|x|old\n9|70|MSR");
-        row("keep a count that is no number", {"punches", "remove", "4", "00123"}, "", counts,
+        row("keep a count that is not a number", {"punches", "remove", "4", "00123"}, "", counts,
             "9|3|MSR\n4|x|old\n9|70|MSR");
         row("mend the counts", {"check", "--mend-counts"},
             "Set the RecordCount of batch 4 from \"x\" to 1.\n", counts,
@@ -244,6 +244,14 @@ private Q_SLOTS:
         row("today's time for an earlier punch", change + QStringList{"00:00"}, 1,
             "for example \"2026-03-23 00:00\"");
         row("change to the future", change + QStringList{future}, 1, "in the future");
+        for (const char *week : {"13", "2026-W1", "2026W13", "2026-W54", "0000-W00", ""})
+            row(week, {"hours", "--week", week}, 2, "Invalid --week");
+        row("month", {"hours", "--month", "2026-13"}, 2, "Invalid --month");
+        row("day", {"punches", "--from", "2026-02-30"}, 2, "Invalid day \"2026-02-30\"");
+        row("order of days", {"hours", "--from", "2026-03-24", "--to", "2026-03-23"}, 2,
+            "--from 2026-03-24 is after --to 2026-03-23");
+        row("two periods", {"hours", "--week", "2026-W13", "--to", "2026-03-23"}, 2, "Only one of");
+        row("skipped time", add + QStringList{"1001", "in", "2026-03-08 02:30"}, 2, "skip it");
         row("no change", change + QStringList{"in", "2026-03-23 08:00"}, 1, "Nothing to change");
         row("change to what is stored already",
             {"punches", "change", "4", "00123", "2026-03-23 09:30"}, 1, "stored already: row 6");
@@ -260,6 +268,47 @@ private Q_SLOTS:
         QTEST(run.status, "status");
         QVERIFY2(run.errors.contains(why), qPrintable(run.errors));
         QCOMPARE(TemporaryHome::read(m_database->file()), before);
+    }
+
+    /// A trigger in the file may ignore a change, which is then not reported as made.
+    void ignoredChanges_data()
+    {
+        Table<QStringList, QByteArray> row("arguments", "event");
+        const QByteArray logged = "INSERT ON Correction";
+        row({"punches", "remove", "1", "1001"}, "DELETE ON RawDataDetails");
+        row({"punches", "change", "1", "1001", "out"}, "UPDATE ON RawDataDetails");
+        row({"punches", "add", "1001", "out", "2026-03-23 16:45"}, "INSERT ON RawDataDetails");
+        row({"punches", "remove", "4", "00123"}, logged);
+        row({"employees", "add", "1", "Ann"}, "INSERT ON Employee");
+        row({"employees", "rename", "1001", "Ann"}, "UPDATE ON Employee");
+        row({"employees", "remove", "1001"}, "DELETE ON Employee");
+        row({"employees", "remove", "1002"}, logged);
+    }
+    void ignoredChanges()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QByteArray, event);
+        storeAll();
+        m_database->run("CREATE TABLE Correction (DateTime, UserName, Change, Was, Became, Reason);"
+                        "CREATE TRIGGER Own BEFORE " +
+                        event + " BEGIN SELECT raise(IGNORE); END");
+        const QByteArray before = TemporaryHome::read(m_database->file());
+        const Run run = start(arguments);
+        QCOMPARE(run.status, 1);
+        QVERIFY2(run.errors.contains("a trigger may prevent it"), qPrintable(run.errors));
+        QCOMPARE(run.output, "");
+        QCOMPARE(TemporaryHome::read(m_database->file()), before);
+    }
+
+    /// Output that is not complete is not taken for a complete one.
+    void fullDisk()
+    {
+        storeAll();
+        for (const char *format : {"", " --csv"})
+            QCOMPARE(Run::start("sh", {"-c", SITETOOL " punches --from 2026-01-01 --file " +
+                                                 m_database->file() + format + " >/dev/full"})
+                         .status,
+                     1);
     }
 
     void noNumberForABatch_data()
