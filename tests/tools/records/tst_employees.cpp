@@ -10,7 +10,8 @@ private Q_SLOTS:
     void init()
     {
         m_database = std::make_unique<TestDatabase>(
-            "INSERT INTO Employee VALUES (' 77 ', 'Örjan'), ('1088', x'FF'), ('1\x1b', 'Eve')");
+            "INSERT INTO Employee VALUES (' 77 ', 'Örjan'), ('1088', x'FF'), ('1\x1b', 'Eve'), "
+            "('10_1', 'Ulf')");
         m_sample = employees();
         m_bytes = TemporaryHome::read(m_database->file());
     }
@@ -31,6 +32,8 @@ private Q_SLOTS:
         row("byte-order mark, no heading", "\xef\xbb\xbf\"1012\",Zoë\n1013,Bob\r1014,X\n",
             {"1 add 1012 Zoë", "2 add 1013 Bob", "3 add 1014 X"},
             {"1012|Zoë", "1013|Bob", "1014|X"});
+        row("comma within a name", "1012;Madeup, Mia", {"1 add 1012 Madeup, Mia"},
+            {"1012|Madeup, Mia"});
         row("Latin-1 at the end", "1012,Zo\xeb", {"1 add 1012 Zoë"}, {"1012|Zoë"});
         row("quotes",
             "\"Name\";\"Badge\"\r\nA \"B\"; \"1012\" \r\n\"C\";1013\r\n\r\n\"\"\"D\"\"; E\";1014",
@@ -168,6 +171,8 @@ private Q_SLOTS:
         row("remove", {"remove", "00123"}, "Removed 00123 Lea Leadingzero. The punches",
             {"-00123|Lea Leadingzero"}, "employee removed|00123 Lea Leadingzero||test");
         row("remove unknown", {"remove", "100_"}, "No employee has badge \"100_\"", {}, "");
+        row("remove no similar badge", {"remove", "10_1"}, "Removed 10_1 Ulf.", {"-10_1|Ulf"},
+            "employee removed|10_1 Ulf||test");
         row("blanks around a stored badge", {"remove", " 77 "}, "Removed  77  Örjan.",
             {"- 77 |Örjan"}, "employee removed| 77  Örjan||test");
         row("for a terminal", {"remove", "1\x1b"}, "Removed 1\\x1B Eve.", {"-1\x1b|Eve"},
