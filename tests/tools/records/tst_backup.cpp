@@ -77,7 +77,7 @@ private Q_SLOTS:
         for (const QString &name : others + old)
             TemporaryHome::write(path("b/" + name), {});
         QVERIFY(QFile::link("Orvanta.mdb", path("b/Orvanta-2025-01-01-120000.mdb")));
-        QVERIFY(QFile::link("b", path("link")));
+        QVERIFY(QFile::link("b", path("second")) && QFile::link("second", path("link")));
         const QRegularExpression ofToday(QDate::currentDate().toString("'Orvanta-'yyyy-MM-dd'-'") +
                                          "[0-9]{6}\\.mdb");
         QCOMPARE(sitetool({"backup", path("link"), "--keep", "2"}).errors, "");
@@ -99,6 +99,11 @@ private Q_SLOTS:
     {
         Table<QByteArray, bool, QString> row("script", "isBackedUp", "why");
         row("damaged", "printf x | dd conv=notrunc bs=1 seek=8192", false, "is damaged: Page 3");
+        row("index",
+            "sqlite3 -cmd 'CREATE INDEX I ON Employee (Name); PRAGMA writable_schema = ON; UPDATE "
+            "sqlite_master SET sql = \"CREATE INDEX I ON Employee (PersonalID)\" WHERE name = "
+            "\"I\"'",
+            false, "missing from index I");
         row("cut", "truncate -s 6000", false, "malformed");
         row("no database", "sh -c 'seq 3000 >$0'", false, "not a database");
         row("Jet", R"(sh -c 'printf "\0\1\0\0Standard Jet DB\0" >$0')", false, "Microsoft Jet");
@@ -244,12 +249,26 @@ private Q_SLOTS:
             QCOMPARE(TemporaryHome::read(path(kept.first())), content);
     }
 
+    /// Punches that cannot be read are not lost where they were to be kept.
+    void unreadablePunches()
+    {
+        QCOMPARE(sitetool({"backup", path("b.mdb")}).status, 0);
+        m_live->run("DROP TABLE RawDataDetails");
+        const QByteArray before = TemporaryHome::read(m_live->file());
+        QCOMPARE(sitetool({"restore", path("b.mdb"), "--yes", "--keep-punches"}).status, 1);
+        QCOMPARE(TemporaryHome::read(m_live->file()), before);
+        QCOMPARE(sitetool({"restore", path("b.mdb"), "--yes"}).errors, "");
+        QCOMPARE(m_live->run("SELECT count(*) FROM RawDataDetails"), "2");
+    }
+
     /// Without a terminal it asks nothing. On one, a punch that comes in before the answer is shown
     /// before it can be lost.
     void asks()
     {
         QCOMPARE(sitetool({"backup", path("b.mdb")}).status, 0);
         QCOMPARE(sitetool({"restore", path("b.mdb")}).status, 2);
+        const Run itself = sitetool({"restore", m_live->file(), "--yes"});
+        QVERIFY2(itself.errors.contains("is the database itself"), qPrintable(itself.errors));
 
         const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
         QCOMPARE(::grantpt(terminal) | ::unlockpt(terminal), 0);
