@@ -318,6 +318,9 @@ private Q_SLOTS:
         row("no old file", {"import"}, 2, "import takes OLD.mdb");
         row("too many", {"new", "a", "b"}, 2, "new takes at most one FILE.");
         row("no such option", {"new", "--force"}, 2, "force");
+        row("option of another command", {"present", "--from", "2026-03-23"}, 2,
+            "present takes no --from");
+        row("two databases", {"check", "a", "--file", "b"}, 2, "The database is given twice.");
         row("help", {"--help"}, 0, "import OLD.mdb [FILE]");
         row("version", {"--version"}, 0, "sitetool ");
         row("no such old file", {"import", "nowhere", "new"}, 1,
