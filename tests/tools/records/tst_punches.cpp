@@ -70,6 +70,8 @@ private Q_SLOTS:
         row("no type", Week13, "NULL 03-23 08:00, out 03-23 12:00", "0.00 0.00 2 unknown type");
         row("no time", Week13, "in 03-23 08:00, in NULL, out 03-23 12:00",
             "4.00 4.00 1 unreadable time");
+        row("no time, and a night into the next week", Week13,
+            "in 03-29 22:00, in NULL, out 03-30 06:00", "8.00 8.00 1 unreadable time");
         row("number as a time", Week13, "in 20260323", "0.00 0.00 1 unreadable time");
         row("text as a time", Week13, "in '23.03.2026 08:00'", "0.00 0.00 1 unreadable time");
         row("bytes as a time", Week13, "in x'00ff', out 03-23 12:00",
@@ -87,9 +89,9 @@ private Q_SLOTS:
             "0.00 0.00 1; 0.00 0.00 1");
         row("empty badge", Week13, ":in 03-23 08:00, :out 03-23 12:00",
             "0.00 0.00 2 several people");
-        row("month", "--month 2026-03",
-            "in 02-28 22:00, out 03-01 06:00, in 03-31 22:00, "
-            "out 04-01 05:00",
+        row("month", "--month 2026-04",
+            "in 03-31 22:00, out 04-01 06:00, in 04-30 22:00, out 05-01 05:00, in 05-01 22:00, "
+            "out 05-02 06:00",
             "7.00 7.00 0");
 
         row("night forward", Week10, "in 03-07 22:00, out 03-08 06:00", "7.00 7.00 0");
@@ -143,24 +145,25 @@ private Q_SLOTS:
         const QString kept = "1|9|1001|1|2026-03-23 08:00:00|0|0\n2|9||0|2026-03-23 12:00:00|0|0\n"
                              "3|9|\x1B|7|soon|0|0\n4|4|00123|1|2026-03-23 09:00:00|0|0";
         Table<QStringList, QString, QByteArray, QString> row("arguments", "said", "sql", "stored");
-        const QStringList add{"punches", "add", " 1001 ", "OUT", "2026-03-23 16:45"};
+        const QStringList add{"punches", "add", " 1001 ", "OUT", "2026-03-23 08:00"};
         const QString added =
-            "row 5: badge \"1001\" (Anna Example), Clock Out, 2026-03-23 16:45:00";
+            "row 5: badge \"1001\" (Anna Example), Clock Out, 2026-03-23 08:00:00";
         row("add", add, "Added " + added + ".\n", all,
-            kept + "\n5|10|1001|0|2026-03-23 16:45:00|0|0");
+            kept + "\n5|10|1001|0|2026-03-23 08:00:00|0|0");
         row("add to a new batch", add, "", counts, "9|3|MSR\n4|x|old\n9|70|MSR\n10|1|sitetool");
         row("note what was added", add + QStringList{"--reason", "forgot"}, "", corrections,
             "punch added||" + added + "|forgot");
-        row("add a badge of no employee", {"punches", "add", "1001x", "in", "2026-03-23T16:45:30"},
-            "Badge \"1001x\" belongs to no employee.\n", all,
-            kept + "\n5|10|1001x|1|2026-03-23 16:45:30|0|0");
+        const QString fifty(50, u'x');
+        row("add a badge of no employee", {"punches", "add", fifty, "in", "2026-03-23T16:45:30"},
+            "Badge \"" + fifty + "\" belongs to no employee.\n", all,
+            kept + "\n5|10|" + fifty + "|1|2026-03-23 16:45:30|0|0");
         const QString to1001 = "row 1: badge \"1001\" (Anna Example), Clock ";
-        row("change the type", {"punches", "change", "1", "1001", "out"},
+        row("change the type", {"punches", "change", "1", "1001", "out", "--reason", "slip"},
             "Before: " + to1001 + "In, 2026-03-23 08:00:00.\nAfter:  " + to1001 +
                 "Out, 2026-03-23 08:00:00.\n",
             corrections,
             "punch changed|" + to1001 + "In, 2026-03-23 08:00:00|" + to1001 +
-                "Out, 2026-03-23 08:00:00|");
+                "Out, 2026-03-23 08:00:00|slip");
         row("change the time", {"punches", "change", "4", "00123", "2026-03-23 09:15"}, "", all,
             QString(kept).replace("09:00", "09:15"));
         row("change both", {"punches", "change", "3", "\\x1B", "in", "2026-03-23 07:00"},
@@ -228,6 +231,8 @@ private Q_SLOTS:
         row("time", add + QStringList{"1001", "in", "8"}, 2, "Invalid time \"8\"");
         row("time in two words", add + QStringList{"1001", "in", "2026-03-23", "08:00"}, 2,
             "such as \"2026-03-23 16:45\"");
+        row("skipped hour", add + QStringList{"1001", "in", "2026-03-08 02:30"}, 2,
+            "the clocks skip it");
         row("future", add + QStringList{"1001", "in", future}, 1, "in the future");
         row("stored already", add + QStringList{"1001", "in", "2026-03-23 08:00"}, 1,
             "stored already: row 1: badge \"1001\"");
@@ -330,10 +335,12 @@ private Q_SLOTS:
 
     void lists_data()
     {
-        const QByteArray recent = QDateTime::currentDateTime()
-                                      .addSecs(-50400) // 14 hours
-                                      .toString("yyyy-MM-dd HH:mm:ss")
-                                      .toLatin1();
+        const auto before = [](int hours) {
+            const QDateTime time = QDateTime::currentDateTime().addSecs(-3600 * hours);
+            return time.toString("yyyy-MM-dd HH:mm:ss").toLatin1();
+        };
+        const QByteArray recent = before(14);
+        const QByteArray forgotten = before(18);
         Table<QStringList, QByteArray, QString> row("arguments", "punches", "lines");
         const QStringList days{"punches", "--from", "2026-03-23", "--to", "2026-03-24"};
         row("order, and what is unpaired", days,
@@ -345,15 +352,19 @@ private Q_SLOTS:
         row("to the last day of all", {"punches", "--from", "2026-03-24", "--to", "9999-12-31"},
             "in 03-23 08:00, in '9999-12-31 23:59:59'",
             "2,1001,Anna Example,Clock In,9999-12-31 23:59:59,\"unpaired, in the future\"\n");
+        row("from the first of all", {"punches", "--to", "2026-03-24"},
+            "in 03-01 08:00, in 03-25 08:00",
+            "1,1001,Anna Example,Clock In,2026-03-01 08:00:00,unpaired\n");
         row("one badge", days + QStringList{"--badge", "00123"},
             "00123:in 03-22 22:00, 00123:out 03-23 06:00, 123:out 03-23 07:00",
             "2,00123,Lea Leadingzero,Clock Out,2026-03-23 06:00:00,\n");
         row("odd values, of any period", days,
-            "7:9 NULL, =1+1:in 5, \x1B:out 'a,\"', 00123:NULL 03-23 08:00",
+            "7:9 NULL, =1+1:in 5, \x1B:out 'a,\"', 00123:NULL 03-23 08:00, @a\nb:in 5",
             "4,00123,Lea Leadingzero,,2026-03-23 08:00:00,\"unpaired, unknown type\"\n"
             "3,\x1B,Unknown,Clock Out,\"a,\"\"\",\"unpaired, unreadable time\"\n"
             "1,7,Unknown,9,,\"unpaired, unreadable time, unknown type\"\n"
-            "2,'=1+1,Unknown,Clock In,5,\"unpaired, unreadable time\"\n");
+            "2,'=1+1,Unknown,Clock In,5,\"unpaired, unreadable time\"\n"
+            "5,\"'@a\nb\",Unknown,Clock In,5,\"unpaired, unreadable time\"\n");
         row("today", {"punches"}, "out 03-23 08:00, out datetime('now','localtime','start of day')",
             u"2,1001,Anna Example,Clock Out,%1 00:00:00,unpaired\n"_s.arg(
                 QDate::currentDate().toString(Qt::ISODate)));
@@ -363,17 +374,21 @@ private Q_SLOTS:
         row("who is in", {"present"},
             "in '" + recent +
                 "', 1002:in 03-23 08:00, "
-                "1002:in 03-25 08:00, 1003:in 03-25 08:00, 1003:out 03-25 09:00, 1004:in '5', "
+                "1002:in '" +
+                forgotten +
+                "', 1003:in 03-25 08:00, 1003:out 03-25 09:00, 1004:in '5', "
                 "1005:in 03-23 08:00, 1005:7 03-23 08:30, 1006:out '2999-01-01 08:00', :in 03-23 "
                 "08:00",
-            "1001,Anna Example," + recent +
-                ",\n1002,Bert Sample,2026-03-25 08:00:00,likely forgotten Clock Out\n"
+            "1001,Anna Example," + recent + ",\n1002,Bert Sample," + forgotten +
+                ",likely forgotten Clock Out\n"
                 "1006,Finn Pattern,2999-01-01 08:00,Clock Out in the future\n");
         row("who is in, by the second pass", {"present"}, "out 11-01 01:50, in 11-01 01:10",
             "1001,Anna Example,2026-11-01 01:10:00,likely forgotten Clock Out\n");
         row("who came without a badge", {"present"},
             ":in datetime('now','localtime'), :in datetime('now','localtime'), :in 03-23 08:00",
             ",Unknown,,punches today: 2\n");
+        row("who came once without a badge", {"present"}, ":in datetime('now','localtime')",
+            ",Unknown,,punches today: 1\n");
     }
     void lists()
     {
@@ -385,12 +400,46 @@ private Q_SLOTS:
         QTEST(run.output.section("\r\n", 1).remove(u'\r'), "lines");
     }
 
+    /// Of every day unless told, with the user who called sudo.
+    void corrections()
+    {
+        qputenv("SUDO_USER", "eve");
+        const auto unset = qScopeGuard([] { qunsetenv("SUDO_USER"); });
+        storeAll();
+        QCOMPARE(start({"punches", "remove", "2", "", "--reason", "twice"}).status, 0);
+        m_database->run("UPDATE Correction SET DateTime = '2026-03-23 08:00:00'");
+        const QString listed = start({"corrections", "--csv"}).output.section("\r\n", 1);
+        QVERIFY2(listed.startsWith("2026-03-23 08:00:00,") && listed.endsWith(",twice\r\n"),
+                 qPrintable(listed));
+        QCOMPARE(listed.contains(",root (eve),punch removed,"), geteuid() == 0);
+        QCOMPARE(start({"corrections", "--to", "2026-03-22"}).output.count(u'\n'), 1);
+    }
+
+    /// A list that a damaged page cuts short is an error.
+    void damaged()
+    {
+        m_database->run("WITH RECURSIVE n(i) AS (VALUES (1) UNION ALL SELECT i + 1 FROM n LIMIT "
+                        "1000) INSERT INTO RawDataDetails SELECT 9, '1001', 1, '2026-03-23 "
+                        "08:00:00', 0, 0 FROM n");
+        QFile file(m_database->file());
+        QVERIFY(file.open(QIODevice::ReadWrite) && file.seek(file.size() - 4096));
+        QCOMPARE(file.write("x"), 1);
+        file.close();
+        for (const char *list : {"punches --from 2026-03-23", "hours --week 2026-W13", "present"}) {
+            const Run run = start(QString::fromLatin1(list).split(u' '));
+            QCOMPARE(run.status, 1);
+            QVERIFY2(run.errors.contains("malformed"), qPrintable(run.errors));
+        }
+    }
+
+    /// Only those that are listed count: of a badge, `present` needs those of its last day.
     void tooManyPunches()
     {
         m_database->run(
-            "WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n LIMIT 500001) "
-            "INSERT INTO RawDataDetails SELECT 9, i, 1, NULL, 0, 0 FROM n");
-        const Run run = start({"hours", "--week", "2026-W13"});
+            "WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n LIMIT 510000) "
+            "INSERT INTO RawDataDetails SELECT 9, '1001', 1, datetime(1721425.5 + i), 0, 0 FROM n");
+        QCOMPARE(start({"present"}).output.count(u'\n'), 2);
+        const Run run = start({"hours", "--to", "2026-03-29"});
         QCOMPARE(run.status, 1);
         QVERIFY2(run.errors.contains("More than 500000 punches"), qPrintable(run.errors));
     }
