@@ -63,7 +63,7 @@ QDateTime timeOf(const QString &text)
     const QTime time = QTime::fromString(match.captured(2) + seconds, u"HH:mm:ss"_s);
     if (!match.hasMatch() || !day.isValid() || !time.isValid())
         throw invalid(u"time"_s, text, u"\"2026-03-23 16:45\""_s);
-    const QDateTime moment(day, time);
+    QDateTime moment(day, time);
     if (QDateTime::fromSecsSinceEpoch(moment.toSecsSinceEpoch()).time() != time)
         throw Console::Mistake{u"Invalid time \"%1\"; the clocks skip it on that day."_s.arg(text)};
     return moment;

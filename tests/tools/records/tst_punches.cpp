@@ -224,7 +224,7 @@ private Q_SLOTS:
         const QString future = on(QDateTime::currentDateTime().addDays(1));
         const QStringList add{"punches", "add"};
         const QStringList change{"punches", "change", "1", "1001"};
-        row("blank badge", add + QStringList{"  ", "in", "08:00"}, 1, "blank");
+        row("blank badge", add + QStringList{"  ", "in", "2026-03-23 08:00"}, 1, "blank");
         row("long badge", add + QStringList{QString(51, '1'), "in", "2026-03-23 08:00"}, 1,
             "longer than 50 characters");
         row("type", add + QStringList{"1001", "inn", "08:00"}, 2, "Invalid type \"inn\"");
@@ -336,7 +336,7 @@ private Q_SLOTS:
     void lists_data()
     {
         const auto before = [](int hours) {
-            const QDateTime time = QDateTime::currentDateTime().addSecs(-3600 * hours);
+            const QDateTime time = QDateTime::currentDateTime().addSecs(-qint64{3600} * hours);
             return time.toString("yyyy-MM-dd HH:mm:ss").toLatin1();
         };
         const QByteArray recent = before(14);
