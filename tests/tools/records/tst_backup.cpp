@@ -98,11 +98,11 @@ private Q_SLOTS:
     void refusals_data()
     {
         Table<QByteArray, bool, QString> row("script", "isBackedUp", "why");
-        row("damaged", "printf x | dd conv=notrunc bs=1 seek=8192", false, "is damaged: Page 3");
+        row("damaged", "printf x | dd conv=notrunc bs=1 seek=8192", false, "age 3: ");
         row("index",
-            "sqlite3 -cmd 'CREATE INDEX I ON Employee (Name); PRAGMA writable_schema = ON; UPDATE "
-            "sqlite_master SET sql = \"CREATE INDEX I ON Employee (PersonalID)\" WHERE name = "
-            "\"I\"'",
+            "sqlite3 -cmd '.dbconfig defensive off' -cmd \"CREATE INDEX I ON Employee (Name); "
+            "PRAGMA writable_schema = ON; UPDATE "
+            "sqlite_master SET sql = 'CREATE INDEX I ON Employee (PersonalID)' WHERE name = 'I'\"",
             false, "missing from index I");
         row("cut", "truncate -s 6000", false, "malformed");
         row("no database", "sh -c 'seq 3000 >$0'", false, "not a database");
