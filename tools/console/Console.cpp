@@ -5,6 +5,8 @@
 
 #include <QCoreApplication>
 
+#include <pwd.h>
+
 #include <csignal>
 #include <cstdio>
 #include <iostream>
@@ -25,6 +27,12 @@ void say(const QString &line)
 QString program()
 {
     return QCoreApplication::applicationName(); // derived from argv[0], as no tool sets another
+}
+
+QString userName(uid_t id)
+{
+    const passwd *user = ::getpwuid(id);
+    return user ? QString::fromLocal8Bit(user->pw_name) : QString::number(id);
 }
 
 Status complain(const QString &why)

@@ -4,6 +4,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <sys/types.h>
+
 #include <functional>
 #include <span>
 
@@ -26,6 +28,9 @@ void say(const QString &line);
 
 /// The name by which the program was called, without its folder.
 QString program();
+
+/// The name of a user, or the number if it has none.
+QString userName(uid_t id);
 
 /// Writes "PROGRAM: WHY" to standard error, with visible(why). Returns Failed.
 Status complain(const QString &why);

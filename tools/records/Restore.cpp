@@ -6,6 +6,7 @@
 #include "tools/console/NotDone.h"
 #include "tools/records/DatabaseCopy.h"
 #include "tools/records/NeededColumns.h"
+#include "tools/records/Pairs.h"
 #include "tools/records/TimeDatabase.h"
 
 #include <QDateTime>
@@ -236,16 +237,13 @@ void Restoring::showLacking(const DatabaseCopy &draft) const
                                 : u"will be lost without --keep-punches"_s));
     TextTable table({"Badge", "Name", "Type", "Time"});
     Statement rows = draft.statement(
-        u"SELECT PersonalID, ifnull((SELECT Name FROM main.Employee AS e "
-        "WHERE e.PersonalID = d.PersonalID), 'Unknown'), CASE EventStatus WHEN 1 THEN 'Clock In' "
-        "WHEN 0 THEN 'Clock Out' ELSE "
-        "EventStatus END, DateTime FROM temp.Lacking JOIN today.RawDataDetails AS d "
+        u"SELECT PersonalID, (SELECT Name FROM main.Employee AS e WHERE e.PersonalID = "
+        "d.PersonalID), EventStatus, DateTime FROM temp.Lacking JOIN today.RawDataDetails AS d "
         "ON d._rowid_ = Row ORDER BY DateTime, Row"_s);
     while (rows.step()) {
-        QStringList cells;
-        for (int i = 0; i < rows.columnCount(); ++i)
-            cells += rows.value(i).toVariant().toString();
-        table.add(cells);
+        const auto text = [&](int column) { return QString::fromUtf8(rows.text(column)); };
+        const QString name = rows.text(1).isNull() ? QString(UnknownName) : text(1);
+        table.add({text(0), name, typeText(text(2)), text(3)});
     }
     table.print(TextTable::Aligned);
 }

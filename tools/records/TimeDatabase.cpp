@@ -1,12 +1,12 @@
 #include "tools/records/TimeDatabase.h"
 
 #include "platform/basics/Failure.h"
+#include "tools/console/Console.h"
 #include "tools/console/NotDone.h"
 
 #include <QDateTime>
 #include <QFileInfo>
 
-#include <pwd.h>
 #include <unistd.h>
 
 namespace Tavrel
@@ -18,12 +18,11 @@ namespace
 {
 
 /// The user who called the program, also through sudo, which sets the variable.
-QString userName()
+QString caller()
 {
     if (::geteuid() == 0 && qEnvironmentVariableIsSet("SUDO_USER"))
         return u"root (%1)"_s.arg(qEnvironmentVariable("SUDO_USER"));
-    const passwd *user = ::getpwuid(::geteuid());
-    return user ? QString::fromLocal8Bit(user->pw_name) : QString::number(::geteuid());
+    return Console::userName(::geteuid());
 }
 
 } // namespace
@@ -79,7 +78,7 @@ void TimeDatabase::note(sqlite3 *database, const Correction &correction, const Q
             Statement(database,
                       u"INSERT INTO Correction (DateTime, UserName, Change, Was, Became, Reason) "
                       "VALUES (?1, ?2, ?3, ?4, ?5, ?6)"_s,
-                      {QDateTime::currentDateTime(), userName(), correction.change, correction.was,
+                      {QDateTime::currentDateTime(), caller(), correction.change, correction.was,
                        correction.became, reason})
                 .execute();
     } catch (const Failure &failure) {

@@ -1,5 +1,7 @@
 #include "tools/sitetool/Rights.h"
 
+#include "tools/console/Console.h"
+
 #include <QFile>
 
 #include <grp.h>
@@ -18,12 +20,6 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-
-QString userName(uid_t id)
-{
-    const passwd *user = ::getpwuid(id);
-    return user ? QString::fromLocal8Bit(user->pw_name) : QString::number(id);
-}
 
 QString groupName(gid_t id)
 {
@@ -48,10 +44,10 @@ bool isEntered(gid_t wanted)
 QString remedy(const struct stat &status, mode_t rights)
 {
     constexpr mode_t Permissions = 07777;
-    const QString user = userName(::getuid());
+    const QString user = Console::userName(::getuid());
     const QString group = groupName(status.st_gid);
     const QString belongs = u" It belongs to %1 and the group %2, in mode %3."_s.arg(
-        userName(status.st_uid), group, QString::number(status.st_mode & Permissions, 8));
+        Console::userName(status.st_uid), group, QString::number(status.st_mode & Permissions, 8));
     const mode_t groupRights = rights << 3;
     if (status.st_uid == ::getuid() || status.st_gid == 0 ||
         (status.st_mode & groupRights) != groupRights)

@@ -194,7 +194,7 @@ int perform(const QCommandLineParser &parser)
         const QString name = option.names().constFirst();
         if (!taken.contains(name))
             throw Console::Mistake{
-                u"%1 takes no --%2."_s.arg(QLatin1StringView(command.name), name)};
+                u"%1 does not take --%2."_s.arg(QLatin1StringView(command.name), name)};
         line.options.insert(name, option.valueName().isEmpty() ? QString() : parser.value(option));
     }
     QString file = line.options.value(u"file"_s);

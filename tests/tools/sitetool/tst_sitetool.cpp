@@ -319,7 +319,7 @@ private Q_SLOTS:
         row("too many", {"new", "a", "b"}, 2, "new takes at most one FILE.");
         row("no such option", {"new", "--force"}, 2, "force");
         row("option of another command", {"present", "--from", "2026-03-23"}, 2,
-            "present takes no --from");
+            "present does not take --from");
         row("two databases", {"check", "a", "--file", "b"}, 2, "The database is given twice.");
         row("help", {"--help"}, 0, "import OLD.mdb [FILE]");
         row("version", {"--version"}, 0, "sitetool ");
