@@ -70,6 +70,11 @@ QByteArrayView Statement::text(int column) const
     return {text, sqlite3_column_bytes(m_statement.get(), column)};
 }
 
+bool Statement::isBytes(int column) const
+{
+    return sqlite3_column_type(m_statement.get(), column) == SQLITE_BLOB;
+}
+
 int Statement::execute()
 {
     while (step()) {

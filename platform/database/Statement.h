@@ -49,6 +49,9 @@ public:
     qint64 number(int column) const;
     QByteArrayView text(int column) const;
 
+    /// Whether a value is stored as bytes. To be called before text().
+    bool isBytes(int column) const;
+
     /// Runs the statement to its end and returns the number of rows that it changed itself, not
     /// counting those changed by triggers.
     int execute();

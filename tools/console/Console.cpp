@@ -106,7 +106,8 @@ int run(QCommandLineParser &parser, const std::function<int()> &action)
         complain(mistake.what + u" Try --help."_s);
         return NotUnderstood;
     } catch (const NotDone &notDone) {
-        return complain(notDone.why);
+        complain(notDone.why);
+        return notDone.status;
     } catch (const Failure &failure) {
         return complain(failure.description);
     }

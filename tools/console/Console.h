@@ -56,8 +56,8 @@ struct Command {
 const Command &commandOf(std::span<const Command> commands, const QStringList &arguments);
 
 /// Parses the arguments of the program, then returns the exit status of `action`. Answers the
-/// options for help and version itself. Reports a Mistake as NotUnderstood, and a NotDone, a
-/// Failure, and output that could not be written, as Failed.
+/// options for help and version itself. Reports a Mistake as NotUnderstood, a NotDone with its own
+/// status, and a Failure, and output that could not be written, as Failed.
 int run(QCommandLineParser &parser, const std::function<int()> &action);
 
 } // namespace Console

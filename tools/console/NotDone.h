@@ -9,6 +9,7 @@ namespace Tavrel
 /// name.
 struct NotDone {
     QString why;
+    int status = 1; ///< the exit status
 };
 
 } // namespace Tavrel

@@ -8,6 +8,7 @@
 #include "tools/console/Console.h"
 #include "tools/console/NotDone.h"
 #include "tools/records/BatchCounts.h"
+#include "tools/records/Forwarding.h"
 #include "tools/records/NeededColumns.h"
 #include "tools/sitetool/Rights.h"
 
@@ -131,6 +132,7 @@ public:
                     tryPunch();
                 checkCounts();
                 showLastPunch();
+                showForwarding();
             }
         } catch (const Failure &failure) {
             const bool isCutOff = failure.number == SQLITE_READONLY_ROLLBACK;
@@ -168,6 +170,7 @@ private:
     void checkBadge(const QVariant &stored);
     void checkCounts();
     void showLastPunch();
+    void showForwarding();
 
     const QString m_source;
     Findings &m_findings;
@@ -367,6 +370,19 @@ void DatabaseCheck::showLastPunch()
         say(Findings::Notable,
             u"Cannot read the last stored punch: "_s + sentence(failure.description));
     }
+}
+
+void DatabaseCheck::showForwarding()
+{
+    const QString identity = Forwarding::identity(m_reading);
+    if (identity.isNull())
+        return;
+    const Forwarding::Report report = Forwarding::lastReport(identity);
+    if (report.sentence.isEmpty())
+        say(Findings::Notable,
+            u"The punches are to be forwarded, but this user can read no report of a pass."_s);
+    else
+        say(report.status == 0 ? Findings::Good : Findings::Notable, report.sentence);
 }
 
 /// Whether this user may write the database `path` and create a journal beside it.

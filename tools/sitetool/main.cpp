@@ -1,4 +1,3 @@
-#include "platform/basics/Utf8Locale.h"
 #include "tools/console/Console.h"
 #include "tools/records/Backup.h"
 #include "tools/records/BatchCounts.h"
@@ -12,16 +11,12 @@
 #include "tools/records/Restore.h"
 #include "tools/sitetool/CheckDatabase.h"
 #include "tools/sitetool/CheckSettingsAndPorts.h"
-#include "tools/sitetool/DatabasePath.h"
 #include "tools/sitetool/Findings.h"
 #include "tools/sitetool/Import.h"
 #include "tools/sitetool/MemoryDatabase.h"
 
-#include <QCommandLineParser>
-#include <QCoreApplication>
 #include <QFile>
 
-#include <algorithm>
 #include <array>
 
 namespace Tavrel
@@ -120,46 +115,39 @@ int check(const CommandLine &line)
     return findings.conclude();
 }
 
-struct Action {
-    Console::Command command;
-    const char *options; ///< those that it takes beside --file, with blanks between them
-    int (*run)(const CommandLine &line);
-    int filePosition = -1; ///< of FILE among the arguments, if it may be given there too
-    bool makesFile = false;
-};
-
 /// A name of two words precedes its first word alone.
-constexpr std::array Actions{
-    Action{{"new", 0, 1, "at most one FILE"}, "", makeNew, 0, true},
-    Action{{"import", 1, 2, "OLD.mdb and at most one FILE"}, "", importOld, 1, true},
-    Action{{"check", 0, 1, "at most one FILE"}, "mend-counts reason", check, 0},
-    Action{{"employees add", 2, 2, "BADGE and \"NAME\""}, "reason", addEmployee},
-    Action{{"employees rename", 2, 2, "BADGE and \"NAME\""}, "reason", renameEmployee},
-    Action{{"employees remove", 1, 1, "BADGE"}, "reason", removeEmployee},
-    Action{{"employees import", 1, 1, "LIST.csv"}, "apply doubtful reason", importEmployees},
-    Action{{"employees", 0, 1, "at most one TEXT"}, "csv", listEmployees},
-    Action{{"punches add", 3, 3, "BADGE, in or out, and a TIME such as \"2026-03-23 16:45\""},
-           "reason",
-           addPunch},
-    Action{{"punches change", 3, 4,
-            "ROW, BADGE, and in or out or a TIME such as \"2026-03-23 16:45\""},
-           "reason",
-           changePunch},
-    Action{{"punches remove", 2, 2, "ROW and BADGE"}, "reason", removePunch},
-    Action{
+constexpr std::array Commands{
+    DatabaseCommand{{"new", 0, 1, "at most one FILE"}, "", makeNew, 0, true},
+    DatabaseCommand{{"import", 1, 2, "OLD.mdb and at most one FILE"}, "", importOld, 1, true},
+    DatabaseCommand{{"check", 0, 1, "at most one FILE"}, "mend-counts reason", check, 0},
+    DatabaseCommand{{"employees add", 2, 2, "BADGE and \"NAME\""}, "reason", addEmployee},
+    DatabaseCommand{{"employees rename", 2, 2, "BADGE and \"NAME\""}, "reason", renameEmployee},
+    DatabaseCommand{{"employees remove", 1, 1, "BADGE"}, "reason", removeEmployee},
+    DatabaseCommand{
+        {"employees import", 1, 1, "LIST.csv"}, "apply doubtful reason", importEmployees},
+    DatabaseCommand{{"employees", 0, 1, "at most one TEXT"}, "csv", listEmployees},
+    DatabaseCommand{
+        {"punches add", 3, 3, "BADGE, in or out, and a TIME such as \"2026-03-23 16:45\""},
+        "reason",
+        addPunch},
+    DatabaseCommand{{"punches change", 3, 4,
+                     "ROW, BADGE, and in or out or a TIME such as \"2026-03-23 16:45\""},
+                    "reason",
+                    changePunch},
+    DatabaseCommand{{"punches remove", 2, 2, "ROW and BADGE"}, "reason", removePunch},
+    DatabaseCommand{
         {"punches", 0, 0, "add, change, remove or only options"}, "badge from to csv", listPunches},
-    Action{{"present", 0, 0, "no text"}, "csv", listPresent},
-    Action{{"hours", 0, 0, "only options"}, "week month from to csv", listHours},
-    Action{{"backup", 1, 1, "one TARGET"}, "keep", backUp},
-    Action{{"restore", 1, 1, "one BACKUP"}, "yes keep-punches reason", restore},
-    Action{{"corrections", 0, 0, "no text"}, "from to csv", listCorrections},
+    DatabaseCommand{{"present", 0, 0, "no text"}, "csv", listPresent},
+    DatabaseCommand{{"hours", 0, 0, "only options"}, "week month from to csv", listHours},
+    DatabaseCommand{{"backup", 1, 1, "one TARGET"}, "keep", backUp},
+    DatabaseCommand{{"restore", 1, 1, "one BACKUP"}, "yes keep-punches reason", restore},
+    DatabaseCommand{{"corrections", 0, 0, "no text"}, "from to csv", listCorrections},
 };
 
 /// Options that several commands take have the same meaning in all of them.
 const QList<QCommandLineOption> &options()
 {
     static const QList<QCommandLineOption> all{
-        {u"file"_s, u"The database, instead of Orvanta.mdb in the program's folder."_s, u"FILE"_s},
         {u"from"_s, u"The first day, for example 2026-03-23."_s, u"DAY"_s},
         {u"to"_s, u"The last day; today if omitted."_s, u"DAY"_s},
         {u"apply"_s, u"Store what is shown."_s},
@@ -177,36 +165,6 @@ const QList<QCommandLineOption> &options()
     return all;
 }
 
-/// Runs the command of a parsed command line.
-int perform(const QCommandLineParser &parser)
-{
-    CommandLine line{parser.positionalArguments(), {}, {}};
-    std::array<Console::Command, Actions.size()> commands{};
-    std::ranges::transform(Actions, commands.begin(), &Action::command);
-    const Console::Command &command = Console::commandOf(commands, line.arguments);
-    const Action &action = Actions[static_cast<std::size_t>(&command - commands.data())];
-    line.arguments.remove(0, command.words());
-
-    const QStringList taken = QString::fromLatin1(action.options).split(u' ') << u"file"_s;
-    for (const QCommandLineOption &option : options()) {
-        if (!parser.isSet(option))
-            continue;
-        const QString name = option.names().constFirst();
-        if (!taken.contains(name))
-            throw Console::Mistake{
-                u"%1 does not take --%2."_s.arg(QLatin1StringView(command.name), name)};
-        line.options.insert(name, option.valueName().isEmpty() ? QString() : parser.value(option));
-    }
-    QString file = line.options.value(u"file"_s);
-    if (action.filePosition >= 0 && line.arguments.size() > action.filePosition) {
-        if (line.has(u"file"_s))
-            throw Console::Mistake{u"The database is given twice."_s};
-        file = line.arguments.takeLast();
-    }
-    line.file = action.makesFile ? newDatabasePath(file) : databasePath(file);
-    return action.run(line);
-}
-
 } // namespace
 
 } // namespace Tavrel
@@ -215,11 +173,5 @@ using namespace Tavrel;
 
 int main(int argc, char *argv[])
 {
-    chooseUtf8Locale();
-    QCoreApplication application(argc, argv);
-    QCommandLineParser parser;
-    parser.setApplicationDescription(QString::fromLatin1(Description));
-    parser.addPositionalArgument(u"command"_s, u"as above, with its arguments"_s);
-    parser.addOptions(options());
-    return Console::run(parser, [&] { return perform(parser); });
+    return runCommands(argc, argv, Description, Commands, options());
 }

@@ -1,4 +1,4 @@
-#include "tools/sitetool/DatabasePath.h"
+#include "tools/records/DatabasePath.h"
 
 #include "store/DataEnvironment.h"
 

@@ -1,0 +1,76 @@
+#include "tools/forward/State.h"
+
+#include "tools/console/NotDone.h"
+#include "tools/records/Forwarding.h"
+
+#include <QDir>
+#include <QFile>
+#include <QSaveFile>
+
+#include <fcntl.h>
+#include <sys/file.h>
+
+namespace Tavrel
+{
+
+using namespace Qt::StringLiterals;
+
+// The lines of the file: the report on the last pass; when the office last had all, the number of
+// rows that cannot be sent, and the version of the file; then the days.
+
+State::State(const QString &identity)
+    : m_path(Forwarding::stateFolder() + u'/' + Forwarding::stateFile(identity))
+{
+}
+
+void State::read()
+{
+    QFile file(m_path);
+    if (!file.open(QIODevice::ReadOnly))
+        return;
+    file.readLine();
+    const QByteArrayList head = file.readLine().trimmed().split('\t');
+    lastComplete = QString::fromLatin1(head.value(0));
+    unsendable = head.value(1).toLongLong();
+    version = head.value(2);
+    while (!file.atEnd()) {
+        const QByteArrayList cells = file.readLine().trimmed().split(' ');
+        confirmed[cells[0]] = {cells.value(1).toLongLong(), cells.value(2).toULongLong()};
+    }
+}
+
+void State::lock()
+{
+    const QString path = m_path + u".lock"_s;
+    QDir().mkpath(Forwarding::stateFolder());
+    m_lock = FileDescriptor(
+        ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    if (!m_lock)
+        throw NotDone{u"Cannot write \"%1\": %2."_s.arg(path, qt_error_string())};
+    if (::flock(m_lock.get(), LOCK_EX | LOCK_NB) != 0)
+        throw NotDone{u"Another pass of this door is running."_s};
+}
+
+void State::save(int status, const QString &sentence) const
+{
+    QSaveFile file(m_path);
+    const bool isSaved =
+        file.open(QIODevice::WriteOnly) &&
+        file.write(QByteArray::number(status) + ' ' + sentence.toUtf8() + '\n' +
+                   lastComplete.toLatin1() + '\t' + QByteArray::number(unsendable) + '\t' +
+                   version + '\n' + linesOf(confirmed)) > 0 &&
+        file.commit();
+    if (!isSaved)
+        throw NotDone{u"Cannot write \"%1\": %2."_s.arg(m_path, file.errorString())};
+}
+
+QByteArray linesOf(const Days &days)
+{
+    QByteArray lines;
+    for (const auto &[day, content] : days)
+        lines += day + ' ' + QByteArray::number(content.count) + ' ' +
+                 QByteArray::number(content.digest) + '\n';
+    return lines;
+}
+
+} // namespace Tavrel

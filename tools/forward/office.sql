@@ -1,0 +1,269 @@
+-- The schema of the office, which receives the punches of several doors. Running this again upgrades an
+-- older schema, and changes nothing else.
+BEGIN;
+SET LOCAL client_min_messages = warning;
+
+CREATE SCHEMA IF NOT EXISTS tavrel;
+DO $$
+BEGIN
+    IF NOT EXISTS (SELECT FROM pg_roles WHERE rolname = 'tavrel_door') THEN
+        CREATE ROLE tavrel_door NOLOGIN;
+    END IF;
+END $$;
+
+-- A door is the login role of the same name.
+CREATE TABLE IF NOT EXISTS tavrel.door (
+    door text PRIMARY KEY,
+    identity uuid UNIQUE, -- of the door's database
+    zone text, -- of the door's local times
+    late interval NOT NULL DEFAULT '15 minutes', -- after which it counts as silent
+    last_pass timestamptz
+);
+
+-- No row is ever deleted. `type` is 1 for Clock In and 0 for Clock Out. `id` follows the order of the rows in
+-- the door's database, as far as they came in one pass. `withdrawn` is when the door no longer had the punch.
+CREATE TABLE IF NOT EXISTS tavrel.punch (
+    id bigint GENERATED ALWAYS AS IDENTITY PRIMARY KEY,
+    door text NOT NULL REFERENCES tavrel.door,
+    badge text NOT NULL,
+    type smallint NOT NULL CHECK (type IN (0, 1)),
+    local_time timestamp NOT NULL,
+    zone text NOT NULL,
+    received timestamptz NOT NULL DEFAULT now(),
+    withdrawn timestamptz
+);
+CREATE INDEX IF NOT EXISTS punch_of_door ON tavrel.punch (door, local_time) WHERE withdrawn IS NULL;
+CREATE INDEX IF NOT EXISTS punch_of_badge ON tavrel.punch (badge, local_time) WHERE withdrawn IS NULL;
+
+-- The days that a door has sent: how many punches, and the door's own digest of them.
+CREATE TABLE IF NOT EXISTS tavrel.day (
+    door text REFERENCES tavrel.door,
+    day date,
+    count bigint NOT NULL,
+    digest text NOT NULL,
+    PRIMARY KEY (door, day)
+);
+
+CREATE TABLE IF NOT EXISTS tavrel.employee (
+    badge text PRIMARY KEY CHECK (length(badge) BETWEEN 1 AND 50 AND badge = btrim(badge)),
+    name text NOT NULL CHECK (name <> '' AND name = btrim(name))
+);
+
+-- The door that has logged in, which must be bound to this database. Locks the door for other passes.
+CREATE OR REPLACE FUNCTION tavrel.own_door(database uuid) RETURNS tavrel.door
+LANGUAGE plpgsql SET search_path = pg_catalog, pg_temp AS $$
+DECLARE
+    own tavrel.door;
+BEGIN
+    SELECT * INTO own FROM tavrel.door WHERE door.door = session_user FOR UPDATE;
+    IF NOT FOUND THEN
+        RAISE 'The office has no door "%".', session_user;
+    ELSIF own.identity IS DISTINCT FROM database THEN
+        RAISE 'The door "%" is not bound to this database.', session_user
+            USING HINT = 'If it is the door''s database, run tavrel-forward adopt.';
+    END IF;
+    RETURN own;
+END $$;
+
+-- Binds the door that has logged in to a database. Returns whether it was bound to a different one.
+CREATE OR REPLACE FUNCTION tavrel.adopt(database uuid) RETURNS boolean
+LANGUAGE plpgsql SECURITY DEFINER SET search_path = pg_catalog, pg_temp AS $$
+DECLARE
+    before tavrel.door;
+BEGIN
+    SELECT * INTO before FROM tavrel.door WHERE door.door = session_user FOR UPDATE;
+    IF NOT FOUND THEN
+        RAISE 'The office has no door "%".', session_user;
+    END IF;
+    UPDATE tavrel.door SET identity = database WHERE door.door = session_user;
+    RETURN before.identity <> database;
+EXCEPTION WHEN unique_violation THEN
+    RAISE 'This database is that of another door.';
+END $$;
+
+-- Begins a pass. Returns a digest of the days that the door has sent.
+CREATE OR REPLACE FUNCTION tavrel.greet(database uuid, time_zone text) RETURNS text
+LANGUAGE plpgsql SECURITY DEFINER SET search_path = pg_catalog, pg_temp SET datestyle = 'ISO' AS $$
+BEGIN
+    PERFORM tavrel.own_door(database), now() AT TIME ZONE time_zone; -- fails if there is no such zone
+    UPDATE tavrel.door SET last_pass = now(), zone = time_zone WHERE door.door = session_user;
+    RETURN (
+        SELECT encode(sha256(convert_to(coalesce(
+            string_agg(format(E'%s %s %s\n', day, count, digest), '' ORDER BY day), ''), 'UTF8')), 'hex')
+        FROM tavrel.day WHERE day.door = session_user);
+END $$;
+
+-- The days that the door has sent, with the number of its punches that are here now.
+CREATE OR REPLACE FUNCTION tavrel.days(database uuid)
+RETURNS TABLE (day date, count bigint, digest text)
+LANGUAGE plpgsql SECURITY DEFINER SET search_path = pg_catalog, pg_temp SET datestyle = 'ISO' AS $$
+#variable_conflict use_column
+BEGIN
+    PERFORM tavrel.own_door(database);
+    RETURN QUERY
+        SELECT day, coalesce(here.count, 0), coalesce(sent.digest, '0')
+        FROM (SELECT day, digest FROM tavrel.day WHERE door = session_user) AS sent
+        FULL JOIN (
+            SELECT local_time::date AS day, count(*) FROM tavrel.punch
+            WHERE door = session_user AND withdrawn IS NULL GROUP BY 1) AS here USING (day)
+        ORDER BY day;
+END $$;
+
+-- Makes the punches of some days equal to those sent: adds what is missing, and withdraws what the door no
+-- longer has. `sent_days` is [[day, count, digest], ...], `sent_punches` [[local time, type, badge], ...]:
+-- all punches of these days, in the order of the door's rows. Returns the changed days.
+CREATE OR REPLACE FUNCTION tavrel.take(database uuid, sent_days jsonb, sent_punches jsonb)
+RETURNS TABLE (day date, added bigint, withdrawn bigint)
+LANGUAGE plpgsql SECURITY DEFINER SET search_path = pg_catalog, pg_temp SET datestyle = 'ISO' AS $$
+#variable_conflict use_column
+DECLARE
+    own tavrel.door := tavrel.own_door(database);
+BEGIN
+    RETURN QUERY
+        WITH sent_day AS MATERIALIZED (
+            SELECT (item->>0)::date AS day, (item->>1)::bigint AS count, item->>2 AS digest
+            FROM jsonb_array_elements(sent_days) AS item),
+        -- Equal punches are told apart by a number, as a door may have several.
+        sent AS (
+            SELECT *, row_number() OVER (PARTITION BY local_time, type, badge ORDER BY place) AS copy
+            FROM (
+                SELECT (item->>0)::timestamp AS local_time, (item->>1)::smallint AS type,
+                    item->>2 AS badge, place
+                FROM jsonb_array_elements(sent_punches) WITH ORDINALITY AS list (item, place)) AS item),
+        here AS (
+            SELECT id, local_time, type, badge,
+                row_number() OVER (PARTITION BY local_time, type, badge ORDER BY id) AS copy
+            FROM sent_day JOIN tavrel.punch ON door = own.door AND withdrawn IS NULL
+                AND local_time >= day AND local_time < day + 1),
+        difference AS MATERIALIZED (
+            SELECT * FROM sent FULL JOIN here USING (local_time, type, badge, copy)
+            WHERE place IS NULL OR id IS NULL),
+        adding AS (
+            INSERT INTO tavrel.punch (door, badge, type, local_time, zone)
+            SELECT own.door, badge, type, local_time, own.zone FROM difference WHERE id IS NULL
+            ORDER BY place),
+        withdrawing AS (
+            UPDATE tavrel.punch SET withdrawn = now() FROM difference WHERE punch.id = difference.id),
+        confirming AS (
+            INSERT INTO tavrel.day (door, day, count, digest)
+            SELECT own.door, day, count, digest FROM sent_day
+            ON CONFLICT (door, day) DO UPDATE SET count = excluded.count, digest = excluded.digest)
+        SELECT local_time::date, count(place), count(id) FROM difference GROUP BY 1 ORDER BY 1;
+
+    IF (SELECT sum((item->>1)::bigint) FROM jsonb_array_elements(sent_days) AS item)
+            <> jsonb_array_length(sent_punches)
+        OR EXISTS (
+            SELECT FROM jsonb_array_elements(sent_days) AS item
+            WHERE (item->>1)::bigint <> (
+                SELECT count(*) FROM tavrel.punch
+                WHERE door = own.door AND withdrawn IS NULL
+                    AND local_time >= (item->>0)::date AND local_time < (item->>0)::date + 1)) THEN
+        RAISE 'The punches sent are not those of the days sent; nothing is stored.';
+    END IF;
+    DELETE FROM tavrel.day WHERE door = own.door AND count = 0;
+END $$;
+
+-- The punches of a badge on some days, with the moments of their local times. Those of the hour that comes
+-- twice when the clocks go back are in the order of the door's rows: where the time goes back, the second
+-- pass of that hour begins.
+CREATE OR REPLACE FUNCTION tavrel.moments(of_badge text, first date, last date)
+RETURNS TABLE (id bigint, door text, type smallint, local_time timestamp, moment timestamptz,
+    is_repeated boolean)
+LANGUAGE sql STABLE SET search_path = pg_catalog, pg_temp AS $$
+    WITH possible AS (
+        -- No zone is a day away from UTC, and none changes twice within two days.
+        SELECT *, (local_time - interval '1 day') AT TIME ZONE zone + interval '24 hours' AS early,
+            (local_time + interval '1 day') AT TIME ZONE zone - interval '24 hours' AS late
+        FROM tavrel.punch
+        WHERE badge = of_badge AND withdrawn IS NULL AND local_time >= first AND local_time < last + 1),
+    judged AS (
+        SELECT *, early AT TIME ZONE zone = local_time AS can_be_early,
+            late AT TIME ZONE zone = local_time AS can_be_late
+        FROM possible),
+    followed AS (
+        SELECT *, can_be_early AND can_be_late AND early <> late AS is_repeated,
+            local_time < lag(local_time) OVER day AS goes_back
+        FROM judged
+        WINDOW day AS (PARTITION BY door, local_time::date, can_be_early AND can_be_late AND early <> late
+            ORDER BY id))
+    SELECT id, door, type, local_time,
+        CASE WHEN is_repeated THEN
+                CASE WHEN bool_or(goes_back) OVER day THEN late ELSE early END
+            WHEN can_be_late AND NOT can_be_early THEN late
+            ELSE early END,
+        is_repeated
+    FROM followed
+    WINDOW day AS (PARTITION BY door, local_time::date, is_repeated ORDER BY id)
+$$;
+
+CREATE OR REPLACE VIEW tavrel.named_punch AS
+    SELECT door, badge, coalesce(name, 'Unknown') AS name, type, local_time, zone, received
+    FROM tavrel.punch LEFT JOIN tavrel.employee USING (badge)
+    WHERE withdrawn IS NULL;
+
+-- Who is in: those whose last punch, at any door, is a Clock In.
+CREATE OR REPLACE VIEW tavrel.present AS
+    SELECT badge, coalesce(name, 'Unknown') AS name, door, local_time AS since,
+        CASE WHEN moment > now() THEN CASE type WHEN 1 THEN 'Clock In' ELSE 'Clock Out' END || ' in the future'
+            WHEN moment < now() - interval '16 hours' THEN 'likely forgotten Clock Out' ELSE '' END AS remark
+    FROM (
+        SELECT badge, max(local_time)::date AS last_day FROM tavrel.punch
+        WHERE withdrawn IS NULL AND badge <> '' GROUP BY badge) AS one
+    CROSS JOIN LATERAL (
+        SELECT * FROM tavrel.moments(badge, last_day - 1, last_day) ORDER BY moment DESC, id DESC LIMIT 1) AS latest
+    LEFT JOIN tavrel.employee USING (badge)
+    WHERE type = 1 OR moment > now()
+    ORDER BY name COLLATE "C", badge COLLATE "C";
+
+CREATE OR REPLACE VIEW tavrel.silent_door AS
+    SELECT door, last_pass, now() - last_pass AS silent_for FROM tavrel.door
+    WHERE last_pass IS NULL OR last_pass < now() - late;
+
+-- The hours of each badge on the days from `first` to `last`: from each Clock In to the badge's next punch,
+-- at any door, if that is a Clock Out, counted where it begins. The empty badge belongs to several people.
+CREATE OR REPLACE FUNCTION tavrel.hours(first date, last date)
+RETURNS TABLE (badge text, name text, hours numeric, longest numeric, unpaired bigint, remark text)
+LANGUAGE sql STABLE SET search_path = pg_catalog, pg_temp AS $$
+    WITH wanted AS (
+        SELECT DISTINCT badge FROM tavrel.punch
+        WHERE withdrawn IS NULL AND local_time >= first AND local_time < last + 1),
+    -- Until the nearest days with punches before and after.
+    bounds AS (
+        SELECT badge,
+            coalesce((SELECT max(local_time)::date FROM tavrel.punch
+                WHERE punch.badge = wanted.badge AND withdrawn IS NULL AND local_time < first), first) AS low,
+            coalesce((SELECT min(local_time)::date FROM tavrel.punch
+                WHERE punch.badge = wanted.badge AND withdrawn IS NULL AND local_time >= last + 1), last) AS high
+        FROM wanted),
+    ordered AS (
+        SELECT badge, found.*, lag(type) OVER badges AS type_before, lead(type) OVER badges AS type_after,
+            lead(moment) OVER badges AS moment_after, lead(is_repeated) OVER badges AS is_repeated_after
+        FROM bounds CROSS JOIN LATERAL tavrel.moments(badge, low, high) AS found
+        WINDOW badges AS (PARTITION BY badge ORDER BY moment, id)),
+    judged AS (
+        SELECT *, badge <> '' AND type = 1 AND type_after IS NOT DISTINCT FROM 0 AS begins,
+            badge <> '' AND type = 0 AND type_before IS NOT DISTINCT FROM 1 AS ends,
+            badge <> '' AND type = 1 AND type_after IS NULL AND moment <= now()
+                AND moment >= now() - interval '16 hours' AS is_still_in,
+            extract(epoch FROM moment_after - moment) / 3600 AS duration
+        FROM ordered
+        WHERE local_time >= first AND local_time < last + 1)
+    SELECT badge, coalesce(max(name), 'Unknown'),
+        round(coalesce(sum(duration) FILTER (WHERE begins), 0), 2),
+        round(coalesce(max(duration) FILTER (WHERE begins), 0), 2),
+        count(*) FILTER (WHERE NOT begins AND NOT ends),
+        concat_ws(', ',
+            CASE WHEN bool_or(is_still_in) THEN 'still in' END,
+            CASE WHEN bool_or(NOT ends AND (is_repeated OR begins AND is_repeated_after)) THEN 'repeated hour' END,
+            CASE WHEN bool_or(NOT ends AND (moment > now() OR begins AND moment_after > now())) THEN 'in the future' END,
+            CASE WHEN badge = '' THEN 'several people' END)
+    FROM judged LEFT JOIN tavrel.employee USING (badge)
+    GROUP BY badge
+    ORDER BY coalesce(max(name), 'Unknown') COLLATE "C", badge COLLATE "C"
+$$;
+
+REVOKE ALL ON ALL FUNCTIONS IN SCHEMA tavrel FROM PUBLIC;
+GRANT USAGE ON SCHEMA tavrel TO tavrel_door;
+GRANT EXECUTE ON FUNCTION tavrel.adopt, tavrel.greet, tavrel.days, tavrel.take TO tavrel_door;
+GRANT SELECT ON tavrel.employee TO tavrel_door;
+COMMIT;
