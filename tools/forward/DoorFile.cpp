@@ -27,6 +27,12 @@ namespace
 /// More than any badge has; the office's index takes at most 2,700 bytes.
 constexpr qsizetype LongestBadge = 500;
 
+QByteArrayView dayOf(QByteArrayView time)
+{
+    constexpr qsizetype DaySize = 10; // YYYY-MM-DD
+    return time.first(std::min(DaySize, time.size()));
+}
+
 PunchRow punchOf(const Statement &row)
 {
     PunchRow punch;
@@ -75,7 +81,7 @@ DoorFile::DoorFile(const QString &file)
             u"The database is not bound to a door yet. Run %1 adopt."_s.arg(Console::program())};
 }
 
-void DoorFile::read(const std::function<void(const PunchRow &)> &visit)
+void DoorFile::read(const std::function<void(const PunchRow &)> &visit, const Days *days)
 {
     constexpr int RowsBetweenLooks = 64; // at the time
     qint64 next = std::numeric_limits<qint64>::min();
@@ -87,11 +93,12 @@ void DoorFile::read(const std::function<void(const PunchRow &)> &visit)
         const QDeadlineTimer end(LongestLock);
         isDone = true;
         for (int count = 1; rows.step(); ++count) {
-            const PunchRow punch = punchOf(rows);
-            visit(punch);
-            if (punch.row == std::numeric_limits<qint64>::max())
+            const qint64 row = rows.number(0);
+            if (!days || (!rows.isBytes(3) && days->contains(dayOf(rows.text(3)))))
+                visit(punchOf(rows));
+            if (row == std::numeric_limits<qint64>::max())
                 break;
-            next = punch.row + 1;
+            next = row + 1;
             if (count % RowsBetweenLooks == 0 && end.hasExpired()) {
                 isDone = false;
                 break;
@@ -130,7 +137,7 @@ DoorFile::Version DoorFile::version()
         };
         const QByteArray path = trustedPath(QFile::encodeName(m_file)) + suffix;
         if (::lstat(path.constData(), &file) == 0)
-            version.lasting += QStringLiteral("%1 %2 %3 %4.%5 ")
+            version.lasting += QStringLiteral(" %1 %2 %3 %4.%5")
                                    .arg(file.st_dev)
                                    .arg(file.st_ino)
                                    .arg(file.st_size)
@@ -139,7 +146,7 @@ DoorFile::Version DoorFile::version()
                                    .toLatin1();
         isSettled = isSettled && file.st_mtim.tv_sec + Settling < std::time(nullptr);
     }
-    version.present += ' ' + version.lasting;
+    version.present += version.lasting;
     if (!isSettled)
         version.lasting.clear();
     return version;

@@ -51,9 +51,9 @@ public:
     TimeDatabase &database() { return m_database; }
     const QString &identity() const { return m_identity; }
 
-    /// Calls `visit` for each punch, in the order of the row numbers. Others may change the file
-    /// between two locks.
-    void read(const std::function<void(const PunchRow &)> &visit);
+    /// Calls `visit` for each row, or only for those of `days`, in the order of the row numbers.
+    /// Others may change the file between two locks.
+    void read(const std::function<void(const PunchRow &)> &visit, const Days *days = nullptr);
 
     /// Identifies the content of the file.
     struct Version {

@@ -205,16 +205,15 @@ bool Pass::collect(const Days &days, QJsonArray &punches)
     Days present;
     for (const auto &entry : days)
         present[entry.first];
-    m_file.read([&](const PunchRow &punch) {
-        if (punch.reason)
-            return;
-        const auto day = present.find(punch.day());
-        if (day == present.end())
-            return;
-        day->second.add(punch);
-        punches.append(QJsonArray{QLatin1StringView(punch.time.data(), std::ssize(punch.time)),
-                                  punch.type, QString::fromUtf8(punch.badge)});
-    });
+    m_file.read(
+        [&](const PunchRow &punch) {
+            if (punch.reason)
+                return;
+            present.find(punch.day())->second.add(punch);
+            punches.append(QJsonArray{QLatin1StringView(punch.time.data(), std::ssize(punch.time)),
+                                      punch.type, QString::fromUtf8(punch.badge)});
+        },
+        &days);
     return present == days;
 }
 

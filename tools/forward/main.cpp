@@ -7,6 +7,8 @@
 #include <QFile>
 #include <QRegularExpression>
 
+#include <sqlite3.h>
+
 #include <array>
 #include <iostream>
 
@@ -84,6 +86,8 @@ using namespace Tavrel;
 
 int main(int argc, char *argv[])
 {
+    // A scan is a third faster when SQLite does not lock a connection at each call.
+    sqlite3_config(SQLITE_CONFIG_MULTITHREAD);
     return runCommands(argc, argv, Description, Commands,
                        {{u"withdraw"_s, u"Withdraw also more punches than usual."_s},
                         {u"employees"_s, u"Make the database's employees those of the office."_s}});
