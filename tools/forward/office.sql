@@ -83,38 +83,38 @@ END $$;
 
 -- Begins a pass. Returns a digest of the days that the door has sent.
 CREATE OR REPLACE FUNCTION tavrel.greet(database uuid, time_zone text) RETURNS text
-LANGUAGE plpgsql SECURITY DEFINER SET search_path = pg_catalog, pg_temp SET datestyle = 'ISO' AS $$
+LANGUAGE plpgsql SECURITY DEFINER SET search_path = pg_catalog, pg_temp AS $$
 BEGIN
     PERFORM tavrel.own_door(database), now() AT TIME ZONE time_zone; -- fails if there is no such zone
     UPDATE tavrel.door SET last_pass = now(), zone = time_zone WHERE door.door = session_user;
     RETURN (
         SELECT encode(sha256(convert_to(coalesce(
-            string_agg(format(E'%s %s %s\n', day, count, digest), '' ORDER BY day), ''), 'UTF8')), 'hex')
+            string_agg(format(E'%s %s %s\n', to_char(day, 'YYYY-MM-DD'), count, digest), '' ORDER BY day), ''), 'UTF8')), 'hex')
         FROM tavrel.day WHERE day.door = session_user);
 END $$;
 
 -- The days that the door has sent, with the number of its punches that are here now.
 CREATE OR REPLACE FUNCTION tavrel.days(database uuid)
-RETURNS TABLE (day date, count bigint, digest text)
-LANGUAGE plpgsql SECURITY DEFINER SET search_path = pg_catalog, pg_temp SET datestyle = 'ISO' AS $$
+RETURNS TABLE (day text, count bigint, digest text)
+LANGUAGE plpgsql SECURITY DEFINER SET search_path = pg_catalog, pg_temp AS $$
 #variable_conflict use_column
 BEGIN
     PERFORM tavrel.own_door(database);
     RETURN QUERY
-        SELECT day, coalesce(here.count, 0), coalesce(sent.digest, '0')
+        SELECT to_char(day, 'YYYY-MM-DD'), coalesce(here.count, 0), coalesce(sent.digest, '0')
         FROM (SELECT day, digest FROM tavrel.day WHERE door = session_user) AS sent
         FULL JOIN (
             SELECT local_time::date AS day, count(*) FROM tavrel.punch
             WHERE door = session_user AND withdrawn IS NULL GROUP BY 1) AS here USING (day)
-        ORDER BY day;
+        ORDER BY 1;
 END $$;
 
 -- Makes the punches of some days equal to those sent: adds what is missing, and withdraws what the door no
 -- longer has. `sent_days` is [[day, count, digest], ...], `sent_punches` [[local time, type, badge], ...]:
 -- all punches of these days, in the order of the door's rows. Returns the changed days.
 CREATE OR REPLACE FUNCTION tavrel.take(database uuid, sent_days jsonb, sent_punches jsonb)
-RETURNS TABLE (day date, added bigint, withdrawn bigint)
-LANGUAGE plpgsql SECURITY DEFINER SET search_path = pg_catalog, pg_temp SET datestyle = 'ISO' AS $$
+RETURNS TABLE (day text, added bigint, withdrawn bigint)
+LANGUAGE plpgsql SECURITY DEFINER SET search_path = pg_catalog, pg_temp AS $$
 #variable_conflict use_column
 DECLARE
     own tavrel.door := tavrel.own_door(database);
@@ -148,7 +148,8 @@ BEGIN
             INSERT INTO tavrel.day (door, day, count, digest)
             SELECT own.door, day, count, digest FROM sent_day
             ON CONFLICT (door, day) DO UPDATE SET count = excluded.count, digest = excluded.digest)
-        SELECT local_time::date, count(place), count(id) FROM difference GROUP BY 1 ORDER BY 1;
+        SELECT to_char(local_time, 'YYYY-MM-DD'), count(place), count(id) FROM difference
+        GROUP BY 1 ORDER BY 1;
 
     IF (SELECT sum((item->>1)::bigint) FROM jsonb_array_elements(sent_days) AS item)
             <> jsonb_array_length(sent_punches)
