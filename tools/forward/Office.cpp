@@ -140,7 +140,9 @@ void Office::awaitResult()
 
 void Office::failAsNotReached() const
 {
-    throw NotDone{u"Cannot reach the office: "_s + line(PQerrorMessage(m_connection.get())),
+    throw NotDone{u"Cannot reach the office (%1). The punches wait here for the next pass. Check "
+                  "the network, the server, PGHOST, PGDATABASE, PGUSER and the password."_s.arg(
+                      line(PQerrorMessage(m_connection.get()))),
                   NotReached};
 }
 

@@ -3,6 +3,7 @@
 #include "tools/console/NotDone.h"
 #include "tools/forward/DoorFile.h"
 #include "tools/forward/Office.h"
+#include "tools/forward/State.h"
 #include "tools/records/Forwarding.h"
 
 namespace Tavrel
@@ -71,11 +72,20 @@ int showStatus(const CommandLine &line)
     if (!scan)
         throw NotDone{u"The database changes more often than it can be read; try again."_s};
 
-    Office office;
     Days confirmed;
-    for (const QByteArrayList &cells :
-         office.query("SELECT * FROM tavrel.days($1)", {file.identity().toLatin1()}))
-        confirmed[cells[0]] = {cells[1].toLongLong(), cells[2].toULongLong()};
+    try {
+        Office office;
+        for (const QByteArrayList &cells :
+             office.query("SELECT * FROM tavrel.days($1)", {file.identity().toLatin1()}))
+            confirmed[cells[0]] = {cells[1].toLongLong(), cells[2].toULongLong()};
+    } catch (const NotDone &notDone) {
+        State state(file.identity());
+        state.read();
+        Console::say(u"Compared with what this user's last pass left at the office:"_s);
+        if (!listDifferences(scan->days, state.confirmed))
+            Console::say(u"No day waits."_s);
+        throw;
+    }
     const bool differs = listDifferences(scan->days, confirmed);
     if (!differs && unsendable == 0)
         Console::say(u"The office has all punches."_s);
