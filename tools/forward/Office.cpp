@@ -77,10 +77,10 @@ Office::Office()
 
     // 0 means that a statement may take any time.
     constexpr std::chrono::seconds ForTheWay(10);
-    const qint64 longest = query("SELECT setting::bigint / 1000 FROM pg_settings "
-                                 "WHERE name = 'statement_timeout'")[0][0]
-                               .toLongLong();
-    m_patience = longest > 0 ? std::chrono::seconds(longest) + ForTheWay : std::chrono::hours(24);
+    const std::chrono::milliseconds longest(
+        query("SELECT setting FROM pg_settings WHERE name = 'statement_timeout'")[0][0]
+            .toLongLong());
+    m_patience = longest.count() > 0 ? longest + ForTheWay : std::chrono::hours(24);
 }
 
 std::vector<QByteArrayList> Office::query(const char *sql, const QByteArrayList &parameters)

@@ -39,7 +39,7 @@ private:
     [[noreturn]] void failAsNotReached() const;
 
     std::unique_ptr<pg_conn, Finish> m_connection;
-    std::chrono::seconds m_patience{40}; ///< for an answer
+    std::chrono::milliseconds m_patience{40'000}; ///< for an answer
 };
 
 } // namespace Tavrel
