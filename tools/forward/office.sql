@@ -246,12 +246,12 @@ LANGUAGE sql STABLE SET search_path = pg_catalog, pg_temp AS $$
             badge <> '' AND type = 0 AND type_before IS NOT DISTINCT FROM 1 AS ends,
             badge <> '' AND type = 1 AND type_after IS NULL AND moment <= now()
                 AND moment >= now() - interval '16 hours' AS is_still_in,
-            extract(epoch FROM moment_after - moment) / 3600 AS duration
+            extract(epoch FROM moment_after - moment) AS duration
         FROM ordered
         WHERE local_time >= first AND local_time < last + 1)
     SELECT badge, coalesce(max(name), 'Unknown'),
-        round(coalesce(sum(duration) FILTER (WHERE begins), 0), 2),
-        round(coalesce(max(duration) FILTER (WHERE begins), 0), 2),
+        round(coalesce(sum(duration) FILTER (WHERE begins), 0) / 3600, 2),
+        round(coalesce(max(duration) FILTER (WHERE begins), 0) / 3600, 2),
         count(*) FILTER (WHERE NOT begins AND NOT ends),
         concat_ws(', ',
             CASE WHEN bool_or(is_still_in) THEN 'still in' END,
