@@ -36,15 +36,16 @@ QByteArrayView dayOf(QByteArrayView time)
 PunchRow punchOf(const Statement &row)
 {
     PunchRow punch;
-    const bool hasBytes = row.isBytes(1) || row.isBytes(3);
+    const bool isBadgeBytes = row.isBytes(1);
+    const bool isTimeBytes = row.isBytes(3);
     punch.row = row.number(0);
     punch.badge = row.text(1);
     const QByteArrayView type = row.text(2);
     const QByteArrayView time = row.text(3);
     punch.type = type == "1" ? 1 : 0;
-    if (!wallTimeOf(time)) {
+    if (isTimeBytes || !wallTimeOf(time)) {
         punch.reason = "no date and time";
-    } else if (hasBytes || !punch.badge.isValidUtf8() || punch.badge.contains('\0')) {
+    } else if (isBadgeBytes || !punch.badge.isValidUtf8() || punch.badge.contains('\0')) {
         punch.reason = "badge is not text";
     } else if (punch.badge.size() > LongestBadge) {
         punch.reason = "badge too long";
