@@ -59,12 +59,12 @@ int printSchema(const CommandLine &)
 int printDoor(const CommandLine &line)
 {
     const QString name = line.arguments[0];
-    static const QRegularExpression Form(u"^(?!pg_|tavrel_door$)[a-z][a-z0-9_]{0,62}$"_s);
+    static const QRegularExpression Form(u"^(?!pg_|tavrel_door\\z)[a-z][a-z0-9_]{0,62}\\z"_s);
     if (!Form.match(name).hasMatch())
         throw Console::Mistake{u"\"%1\" is not a name of a door; expected up to 63 small letters a "
                                "to z, digits and underscores, for example north."_s.arg(name)};
     std::cout << qPrintable(u"BEGIN;\n"
-                            "CREATE ROLE %1 LOGIN IN ROLE tavrel_door;\n"
+                            "CREATE ROLE \"%1\" LOGIN IN ROLE tavrel_door;\n"
                             "INSERT INTO tavrel.door (door) VALUES ('%1');\n"
                             "COMMIT;\n"_s.arg(name));
     return Console::Succeeded;
