@@ -151,7 +151,7 @@ BEGIN
         SELECT to_char(local_time, 'YYYY-MM-DD'), count(place), count(id) FROM difference
         GROUP BY 1 ORDER BY 1;
 
-    IF (SELECT sum((item->>1)::bigint) FROM jsonb_array_elements(sent_days) AS item)
+    IF (SELECT coalesce(sum((item->>1)::bigint), 0) FROM jsonb_array_elements(sent_days) AS item)
             <> jsonb_array_length(sent_punches)
         OR EXISTS (
             SELECT FROM jsonb_array_elements(sent_days) AS item
