@@ -12,6 +12,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QMap>
+#include <QStringDecoder>
 #include <QTimeZone>
 
 #include <algorithm>
@@ -202,6 +203,8 @@ bool Pass::sendAtOnce(const std::vector<Days> &batches)
 /// Reads the punches of some days. Returns false if these were changed after they were found.
 bool Pass::collect(const Days &days, QJsonArray &punches)
 {
+    QStringDecoder decoded(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom |
+                                                     QStringDecoder::Flag::Stateless);
     Days present;
     for (const auto &entry : days)
         present[entry.first];
@@ -211,7 +214,7 @@ bool Pass::collect(const Days &days, QJsonArray &punches)
                 return;
             present.find(punch.day())->second.add(punch);
             punches.append(QJsonArray{QLatin1StringView(punch.time.data(), std::ssize(punch.time)),
-                                      punch.type, QString::fromUtf8(punch.badge)});
+                                      punch.type, QString(decoded(punch.badge))});
         },
         &days);
     return present == days;
