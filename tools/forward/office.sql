@@ -12,8 +12,9 @@ BEGIN
 END $$;
 
 -- A door is the login role of the same name.
+-- Its collation is that of session_user, with which any other one would make the indexes useless.
 CREATE TABLE IF NOT EXISTS tavrel.door (
-    door text PRIMARY KEY,
+    door text COLLATE "C" PRIMARY KEY,
     identity uuid UNIQUE, -- of the door's database
     zone text, -- of the door's local times
     late interval NOT NULL DEFAULT '15 minutes', -- after which it counts as silent
@@ -24,7 +25,7 @@ CREATE TABLE IF NOT EXISTS tavrel.door (
 -- the door's database, as far as they came in one pass. `withdrawn` is when the door no longer had the punch.
 CREATE TABLE IF NOT EXISTS tavrel.punch (
     id bigint GENERATED ALWAYS AS IDENTITY PRIMARY KEY,
-    door text NOT NULL REFERENCES tavrel.door,
+    door text COLLATE "C" NOT NULL REFERENCES tavrel.door,
     badge text NOT NULL,
     type smallint NOT NULL CHECK (type IN (0, 1)),
     local_time timestamp NOT NULL,
@@ -36,12 +37,13 @@ CREATE INDEX IF NOT EXISTS punch_of_door ON tavrel.punch (door, local_time) WHER
 CREATE INDEX IF NOT EXISTS punch_of_badge ON tavrel.punch (badge, local_time) WHERE withdrawn IS NULL;
 
 -- The days that a door has sent: how many punches, and the door's own digest of them.
+-- Each pass reads all days of its door, which are in as many pages of the table, so the index has all columns.
 CREATE TABLE IF NOT EXISTS tavrel.day (
-    door text REFERENCES tavrel.door,
+    door text COLLATE "C" REFERENCES tavrel.door,
     day date,
     count bigint NOT NULL,
     digest text NOT NULL,
-    PRIMARY KEY (door, day)
+    PRIMARY KEY (door, day) INCLUDE (count, digest)
 );
 
 CREATE TABLE IF NOT EXISTS tavrel.employee (
