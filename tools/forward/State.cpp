@@ -29,7 +29,7 @@ void State::read()
     if (!file.open(QIODevice::ReadOnly))
         return;
     file.readLine();
-    const QByteArrayList head = file.readLine().trimmed().split('\t');
+    const QByteArrayList head = file.readLine().replace('\n', "").split('\t');
     lastComplete = QString::fromLatin1(head.value(0));
     unsendable = head.value(1).toLongLong();
     version = head.value(2);
