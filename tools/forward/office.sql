@@ -216,7 +216,7 @@ CREATE OR REPLACE VIEW tavrel.present AS
         SELECT * FROM tavrel.moments(badge, last_day - 1, last_day) ORDER BY moment DESC, id DESC LIMIT 1) AS latest
     LEFT JOIN tavrel.employee USING (badge)
     WHERE type = 1 OR moment > now()
-    ORDER BY name COLLATE "C", badge COLLATE "C";
+    ORDER BY coalesce(name, 'Unknown') COLLATE "C", badge COLLATE "C";
 
 CREATE OR REPLACE VIEW tavrel.silent_door AS
     SELECT door, last_pass, now() - last_pass AS silent_for FROM tavrel.door
