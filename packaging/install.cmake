@@ -24,13 +24,18 @@ function(install_compressed source name folder)
     install(FILES ${compressed} DESTINATION ${folder} ${ARGN})
 endfunction()
 
-# Installs `target`, and a link to it named `command`.
+# Installs `target`, and a link to it named `command`. Further arguments of this and the next function are
+# passed to install().
 function(install_program target command)
-    install(TARGETS ${target} DESTINATION ${programFolder})
+    install(TARGETS ${target} DESTINATION ${programFolder} ${ARGN})
+    get_target_property(file ${target} OUTPUT_NAME)
+    if(NOT file)
+        set(file ${target})
+    endif()
     file(RELATIVE_PATH program ${CMAKE_INSTALL_FULL_BINDIR}
-        ${CMAKE_INSTALL_PREFIX}/${programFolder}/${target})
+        ${CMAKE_INSTALL_PREFIX}/${programFolder}/${file})
     file(CREATE_LINK ${program} ${CMAKE_CURRENT_BINARY_DIR}/${command} SYMBOLIC)
-    install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${command} TYPE BIN)
+    install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${command} TYPE BIN ${ARGN})
 endfunction()
 
 # Installs a man page for `command`, made from the --help of `target` and the sections in `target`.h2m.
@@ -43,5 +48,5 @@ function(install_man_page_of_help target command)
         COMMAND ${CMAKE_COMMAND} -E env LC_ALL=C.UTF-8 ${HELP2MAN} --no-info --source Tavrel
             --include ${CMAKE_CURRENT_SOURCE_DIR}/${target}.h2m --output ${page} ${named}
         DEPENDS ${target} ${target}.h2m)
-    install_compressed(${page} ${command}.1 ${CMAKE_INSTALL_MANDIR}/man1)
+    install_compressed(${page} ${command}.1 ${CMAKE_INSTALL_MANDIR}/man1 ${ARGN})
 endfunction()
