@@ -47,8 +47,8 @@ public:
     {
         QProcess psql;
         psql.setProcessEnvironment(environment(role));
-        psql.start(QStringLiteral("psql"), {QStringLiteral("-qAtX"), QStringLiteral("-v"),
-                                            QStringLiteral("ON_ERROR_STOP=1")});
+        psql.start(psqlPath(), {QStringLiteral("-qAtX"), QStringLiteral("-v"),
+                                QStringLiteral("ON_ERROR_STOP=1")});
         psql.write(sql);
         psql.closeWriteChannel();
         const bool ended = psql.waitForFinished() && psql.exitStatus() == QProcess::NormalExit;
@@ -58,6 +58,13 @@ public:
         if (failure)
             *failure = psql.exitCode() != 0 ? errors : QString();
         return QString::fromUtf8(psql.readAllStandardOutput()).trimmed();
+    }
+
+    /// psql itself: the one in the path is a script of Debian, which takes longer than statements.
+    static QString psqlPath()
+    {
+        const QDir versions(QStringLiteral("/usr/lib/postgresql"));
+        return versions.filePath(versions.entryList(QDir::AllDirs).constLast() + "/bin/psql");
     }
 
 private:
