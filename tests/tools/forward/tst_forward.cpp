@@ -664,7 +664,8 @@ private:
     {
         if (!m_lock) {
             m_lock = std::make_unique<QProcess>();
-            m_lock->start("env", settings + QStringList{"PGUSER=office", "psql", "-qAtX"});
+            m_lock->start(
+                "env", settings + QStringList{"PGUSER=office", OfficeServer::psqlPath(), "-qAtX"});
             m_lock->write("BEGIN; LOCK TABLE tavrel.punch IN SHARE MODE; SELECT 1;\n");
             if (!m_lock->waitForReadyRead())
                 qFatal("cannot lock");
