@@ -71,6 +71,8 @@ void Day::add(const PunchRow &punch)
     text += punch.type == 1 ? '1' : '0';
     text.append(punch.badge.data(), static_cast<std::size_t>(punch.badge.size()));
     ++count;
+    firstRow = std::min(firstRow, punch.row);
+    lastRow = std::max(lastRow, punch.row);
     digest += std::hash<std::string>()(text);
 }
 
@@ -85,19 +87,25 @@ DoorFile::DoorFile(const QString &file)
 void DoorFile::read(const std::function<void(const PunchRow &)> &visit, const Days *days)
 {
     constexpr int RowsBetweenLooks = 64; // at the time
-    qint64 next = std::numeric_limits<qint64>::min();
-    for (bool isDone = false; !isDone;) {
+    qint64 next = days ? Day().firstRow : std::numeric_limits<qint64>::min();
+    qint64 last = days ? Day().lastRow : std::numeric_limits<qint64>::max();
+    const Days none;
+    for (const auto &entry : days ? *days : none) {
+        next = std::min(next, entry.second.firstRow);
+        last = std::max(last, entry.second.lastRow);
+    }
+    for (bool isDone = next > last; !isDone;) {
         Statement rows = m_database.statement(
             u"SELECT _rowid_, PersonalID, EventStatus, DateTime FROM RawDataDetails "
-            "WHERE _rowid_ >= ?1 ORDER BY _rowid_"_s,
-            {next});
+            "WHERE _rowid_ BETWEEN ?1 AND ?2 ORDER BY _rowid_"_s,
+            {next, last});
         const QDeadlineTimer end(LongestLock);
         isDone = true;
         for (int count = 1; rows.step(); ++count) {
             const qint64 row = rows.number(0);
             if (!days || (!rows.isBytes(3) && days->contains(dayOf(rows.text(3)))))
                 visit(punchOf(rows));
-            if (row == std::numeric_limits<qint64>::max())
+            if (row == last)
                 break;
             next = row + 1;
             if (count % RowsBetweenLooks == 0 && end.hasExpired()) {

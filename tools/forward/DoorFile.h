@@ -7,6 +7,7 @@
 
 #include <array>
 #include <functional>
+#include <limits>
 #include <map>
 #include <optional>
 #include <vector>
@@ -30,8 +31,15 @@ struct Day {
     qint64 count = 0;
     quint64 digest = 0; ///< the sum of a hash of each punch, so the order does not matter
 
+    /// The rows among which its punches were found, which do not count in a comparison.
+    qint64 firstRow = std::numeric_limits<qint64>::max();
+    qint64 lastRow = std::numeric_limits<qint64>::min();
+
     void add(const PunchRow &punch);
-    bool operator==(const Day &) const = default;
+    bool operator==(const Day &other) const
+    {
+        return count == other.count && digest == other.digest;
+    }
 };
 
 /// Days that have punches, by YYYY-MM-DD.
@@ -43,7 +51,7 @@ class DoorFile
 {
 public:
     /// For how long reading locks the file at a time.
-    static constexpr std::chrono::milliseconds LongestLock{10};
+    static constexpr std::chrono::milliseconds LongestLock{5};
 
     /// Opens `file` on first use. Throws NotDone if it is not adopted.
     explicit DoorFile(const QString &file);
@@ -51,8 +59,8 @@ public:
     TimeDatabase &database() { return m_database; }
     const QString &identity() const { return m_identity; }
 
-    /// Calls `visit` for each row, or only for those of `days`, in the order of the row numbers.
-    /// Others may change the file between two locks.
+    /// Calls `visit` for each row, or only for those of `days` that are where these were found, in
+    /// the order of the row numbers. Others may change the file between two locks.
     void read(const std::function<void(const PunchRow &)> &visit, const Days *days = nullptr);
 
     /// Identifies the content of the file.
