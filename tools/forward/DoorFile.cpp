@@ -103,6 +103,9 @@ void DoorFile::read(const std::function<void(const PunchRow &)> &visit, const Da
         isDone = true;
         for (int count = 1; rows.step(); ++count) {
             const qint64 row = rows.number(0);
+            if (row < next) // the table has a column of this name; reading would never end
+                throw NotDone{u"The table RawDataDetails has a column _rowid_, which hides the "
+                              "row numbers. Rename that column."_s};
             if (!days || (!rows.isBytes(3) && days->contains(dayOf(rows.text(3)))))
                 visit(punchOf(rows));
             if (row == last)
