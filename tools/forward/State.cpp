@@ -56,7 +56,7 @@ void State::save(int status, const QString &sentence) const
     QSaveFile file(m_path);
     const bool isSaved =
         file.open(QIODevice::WriteOnly) &&
-        file.write(QByteArray::number(status) + ' ' + sentence.toUtf8() + '\n' +
+        file.write(QByteArray::number(status) + ' ' + sentence.simplified().toUtf8() + '\n' +
                    lastComplete.toLatin1() + '\t' + QByteArray::number(unsendable) + '\t' +
                    version + '\n' + linesOf(confirmed)) > 0 &&
         file.commit();
