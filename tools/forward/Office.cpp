@@ -95,12 +95,16 @@ std::vector<QByteArrayList> Office::query(const char *sql, const QByteArrayList 
         failAsNotReached();
 
     std::vector<QByteArrayList> rows;
+    bool hasFailed = false;
     QString failure;
     for (awaitResult(); const Result result{PQgetResult(connection)}; awaitResult()) {
         const ExecStatusType status = PQresultStatus(result.get());
         if (status != PGRES_TUPLES_OK && status != PGRES_COMMAND_OK) {
+            hasFailed = true;
             const char *state = PQresultErrorField(result.get(), PG_DIAG_SQLSTATE);
-            failure = line(PQresultErrorField(result.get(), PG_DIAG_MESSAGE_PRIMARY));
+            const char *message = PQresultErrorField(result.get(), PG_DIAG_MESSAGE_PRIMARY);
+            // Without one, the error is libpq's own, such as a lack of memory for the rows.
+            failure = line(message ? message : PQresultErrorMessage(result.get()));
             if (const char *hint = PQresultErrorField(result.get(), PG_DIAG_MESSAGE_HINT))
                 failure += u' ' + line(hint);
             for (const Advice &advice : Advices) {
@@ -117,7 +121,7 @@ std::vector<QByteArrayList> Office::query(const char *sql, const QByteArrayList 
     }
     if (PQstatus(connection) != CONNECTION_OK)
         failAsNotReached();
-    if (!failure.isNull())
+    if (hasFailed)
         throw NotDone{u"The office refuses: "_s + failure};
     return rows;
 }
