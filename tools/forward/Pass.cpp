@@ -185,7 +185,7 @@ bool Pass::sendAtOnce(const std::vector<Days> &batches)
     qint64 withdrawn = 0;
     for (const Change &change : changes)
         withdrawn += change.withdrawn;
-    if (!m_mayWithdraw && withdrawn > mostWithdrawn(m_state.confirmed))
+    if (!m_mayWithdraw && m_withdrawn + withdrawn > mostWithdrawn(m_state.confirmed))
         refuse(changes, withdrawn);
     m_office.query("COMMIT");
 
