@@ -28,7 +28,8 @@ CREATE TABLE IF NOT EXISTS tavrel.punch (
     door text COLLATE "C" NOT NULL REFERENCES tavrel.door,
     badge text NOT NULL,
     type smallint NOT NULL CHECK (type IN (0, 1)),
-    local_time timestamp NOT NULL,
+    -- A door could make the calculations of the views fail with a time at the end of PostgreSQL's range.
+    local_time timestamp NOT NULL CHECK (local_time >= '0001-01-01' AND local_time < '10000-01-01'),
     zone text NOT NULL,
     received timestamptz NOT NULL DEFAULT now(),
     withdrawn timestamptz
