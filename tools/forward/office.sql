@@ -84,9 +84,11 @@ EXCEPTION WHEN unique_violation THEN
     RAISE 'This database is that of another door.';
 END $$;
 
--- Begins a pass. Returns a digest of the days that the door has sent.
+-- Begins a pass. Returns a digest of the days that the door has sent. The abbreviations of zones are those of
+-- the office: with others, which a door can choose, it could store a zone that the views do not know.
 CREATE OR REPLACE FUNCTION tavrel.greet(database uuid, time_zone text) RETURNS text
-LANGUAGE plpgsql SECURITY DEFINER SET search_path = pg_catalog, pg_temp AS $$
+LANGUAGE plpgsql SECURITY DEFINER SET search_path = pg_catalog, pg_temp
+SET timezone_abbreviations FROM CURRENT AS $$
 BEGIN
     PERFORM tavrel.own_door(database), now() AT TIME ZONE time_zone; -- fails if there is no such zone
     UPDATE tavrel.door SET last_pass = now(), zone = time_zone WHERE door.door = session_user;
