@@ -91,7 +91,10 @@ LANGUAGE plpgsql SECURITY DEFINER SET search_path = pg_catalog, pg_temp
 SET timezone_abbreviations FROM CURRENT AS $$
 BEGIN
     PERFORM tavrel.own_door(database), now() AT TIME ZONE time_zone; -- fails if there is no such zone
-    UPDATE tavrel.door SET last_pass = now(), zone = time_zone WHERE door.door = session_user;
+    -- AT TIME ZONE takes these names for abbreviations, without summer time.
+    UPDATE tavrel.door SET last_pass = now(), zone = CASE time_zone WHEN 'CET' THEN 'Europe/Brussels'
+        WHEN 'MET' THEN 'Europe/Brussels' WHEN 'EET' THEN 'Europe/Athens' WHEN 'WET' THEN 'Europe/Lisbon'
+        ELSE time_zone END WHERE door.door = session_user;
     RETURN (
         SELECT encode(sha256(convert_to(coalesce(
             string_agg(format(E'%s %s %s\n', to_char(day, 'YYYY-MM-DD'), count, digest), '' ORDER BY day), ''), 'UTF8')), 'hex')
