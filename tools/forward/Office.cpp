@@ -44,6 +44,7 @@ struct Advice {
 constexpr Advice Advices[] = {
     {"3F000", "The office's owner makes the schema: tavrel-forward schema | psql."},
     {"42883", "The office's owner upgrades the schema: tavrel-forward schema | psql."},
+    {"57014", "If this happens again, set PGOPTIONS='-c statement_timeout=5min'."}, // canceled
     {"42501", "Log in as a door, which the office's owner makes: tavrel-forward door NAME | psql."},
 };
 

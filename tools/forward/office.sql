@@ -60,7 +60,8 @@ DECLARE
 BEGIN
     SELECT * INTO own FROM tavrel.door WHERE door.door = session_user FOR UPDATE;
     IF NOT FOUND THEN
-        RAISE 'The office has no door "%".', session_user;
+        RAISE 'The office has no door "%".', session_user
+            USING HINT = 'The office''s owner makes it: tavrel-forward door NAME | psql.';
     ELSIF own.identity IS DISTINCT FROM database THEN
         RAISE 'The door "%" is not bound to this database.', session_user
             USING HINT = 'If it is the door''s database, run tavrel-forward adopt.';
@@ -76,12 +77,14 @@ DECLARE
 BEGIN
     SELECT * INTO before FROM tavrel.door WHERE door.door = session_user FOR UPDATE;
     IF NOT FOUND THEN
-        RAISE 'The office has no door "%".', session_user;
+        RAISE 'The office has no door "%".', session_user
+            USING HINT = 'The office''s owner makes it: tavrel-forward door NAME | psql.';
     END IF;
     UPDATE tavrel.door SET identity = database WHERE door.door = session_user;
     RETURN before.identity <> database;
 EXCEPTION WHEN unique_violation THEN
-    RAISE 'This database is that of another door.';
+    RAISE 'This database is that of another door.'
+        USING HINT = 'If that door is no longer in use, the office''s owner sets its identity in tavrel.door to NULL.';
 END $$;
 
 -- Begins a pass. Returns a digest of the days that the door has sent. The abbreviations of zones are those of
