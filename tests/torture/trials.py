@@ -11,6 +11,7 @@ import time
 from collections import namedtuple
 from signal import SIGABRT, SIGCONT, SIGSTOP, SIGTERM, SIGUSR1
 
+from doors import doors
 from workplace import holds
 
 
@@ -297,6 +298,7 @@ TRIALS = [
     Trial('commands', commands, 1, 20, journal='wal'),
     Trial('covers', covers, 2, 10),
     Trial('wayland', wayland, 1, 3),
+    Trial('doors', doors, 17, 63, clock=False),
     Trial('cuts', cuts, 0, 20, disk=True),
     Trial('cuts', cuts, 0, 20, journal='wal', disk=True),
 ]
