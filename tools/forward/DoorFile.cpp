@@ -142,6 +142,8 @@ DoorFile::Version DoorFile::version()
 {
     // This also rolls back what a crash has left, which changes the file.
     Version version{m_database.value(u"PRAGMA data_version"_s).toByteArray(), {}};
+    if (Forwarding::identity(m_database.connection()) != m_identity)
+        throw NotDone{u"Another database has replaced this one during the pass."_s};
     constexpr std::time_t Settling = 1; // file systems count time in milliseconds
     bool isSettled = true;
     for (const char *suffix : {"", "-wal"}) {

@@ -68,6 +68,8 @@ public:
         QByteArray present; ///< differs from an earlier one of this object if the file was changed
         QByteArray lasting; ///< the same for all objects; empty if changed within the last second
     };
+
+    /// Throws NotDone if another database has replaced the one that was opened.
     Version version();
 
     /// What a scan finds.
