@@ -119,6 +119,7 @@ private Q_SLOTS:
         const QByteArray repeat = "INSERT INTO RawDataDetails SELECT * FROM RawDataDetails LIMIT 1";
         Table<QByteArrayList, QString> row("steps", "counts");
         row("badge", {change + "PersonalID = '9' WHERE _rowid_ = 3"}, "5|1");
+        row("two equal ones", {change + "PersonalID = '9' WHERE _rowid_ < 3"}, "6|2");
         row("type of one of two equal", {change + "EventStatus = 0 WHERE _rowid_ = 1"}, "5|1");
         row("to a known day", {change + "DateTime = '2026-03-24 16:00' WHERE _rowid_ = 3"}, "5|1");
         row("to a new day", {change + "DateTime = '2026-03-25 16:00' WHERE _rowid_ = 3"}, "5|1");
@@ -183,6 +184,7 @@ private Q_SLOTS:
         m_database->run("UPDATE RawDataDetails SET PersonalID = '9' WHERE _rowid_ = 3");
         store("('1001', 1, '2026-03-25 08:00:00')");
         settle();
+        expect("status", 1, "2026-03-23     3       3  differs");
         for (const char *office : {"PGDATABASE=office", "PGDATABASE=older"})
             expect("run", 0, "Sent 2 punches and withdrew 1. The office has all 5.", {office});
         QCOMPARE(atOffice("\\c older\n"), atDoor());
@@ -234,6 +236,7 @@ private Q_SLOTS:
         settle();
         const auto pass = beginPass();
         m_database->run(atDoor);
+        settle(QDateTime::currentDateTime().addSecs(-1800));
         m_office.run(atOffice);
         if (status == 0)
             unlock();
@@ -391,10 +394,12 @@ private Q_SLOTS:
             "SELECT tavrel.greet(:north, 'UTC'); SELECT tavrel.days(:north); "
             "SELECT tavrel.take(:north, '[]', '[]'); SELECT tavrel.adopt(:north)",
             raised);
-        row("tables of the same names",
-            "CREATE TEMP TABLE door AS SELECT 'south' AS door, :north::uuid AS identity\\;"
-            "SET search_path = pg_temp, tavrel\\;SELECT tavrel.greet(:north, 'UTC')",
-            raised);
+        row("types of the same names",
+            "CREATE FUNCTION pg_temp.spy() RETURNS boolean LANGUAGE sql RETURN 1 / (random() * "
+            "0)::int = 0; CREATE DOMAIN pg_temp.date AS pg_catalog.date CHECK (pg_temp.spy()); "
+            "SET search_path = pg_temp; SELECT tavrel.take(:south, '[[\"2026-03-23\", 1, \"0\"]]', "
+            "'[[\"2026-03-23 08:00\", 1, \"1\"]]'); SELECT tavrel.days(:south)",
+            "00000");
         row("punches of other days",
             "SELECT tavrel.take(:south, '[[\"2026-03-23\", 1, \"0\"]]', "
             "'[[\"2026-03-24 08:00\", 1, \"1\"]]'); SELECT tavrel.take(:south, '[]', "
@@ -412,14 +417,25 @@ private Q_SLOTS:
         QFETCH(QByteArray, state);
         statements.replace(":north", "'"_ba + North + "'").replace(":south", "'"_ba + South + "'");
         m_office.run("INSERT INTO tavrel.punch (door, badge, type, local_time, zone) VALUES "
-                     "('north', '1', 1, '2026-03-23 08:00', 'UTC')");
+                     "('north', 'n', 1, '2026-03-23 08:00', 'UTC')");
         const QString echo = ";\n\\echo SQLSTATE :SQLSTATE\n";
         const QStringList all = QString::fromLatin1(statements).split("; ");
         const QString script = "\\set ON_ERROR_STOP off\n" + all.join(echo) + echo;
         const QStringList lines = m_office.run(script.toUtf8(), "south").split(u'\n');
         QCOMPARE(lines.filter("SQLSTATE"), QStringList(all.size(), "SQLSTATE " + state));
-        QCOMPARE(m_office.run("SELECT identity FROM tavrel.door JOIN tavrel.punch USING (door)"),
+        QCOMPARE(m_office.run("SELECT identity FROM tavrel.door JOIN tavrel.punch USING (door) "
+                              "WHERE badge = 'n'"),
                  QString(North));
+    }
+
+    void nothingIsOpenToPublic()
+    {
+        QCOMPARE(m_office.run("SELECT proname FROM pg_proc WHERE pronamespace = "
+                              "'tavrel'::regnamespace AND has_function_privilege('clerk', oid, "
+                              "'EXECUTE') UNION ALL SELECT relname FROM pg_class WHERE "
+                              "relnamespace = 'tavrel'::regnamespace AND relkind <> 'i' AND "
+                              "has_table_privilege('clerk', oid, 'SELECT, INSERT, UPDATE')"),
+                 "");
     }
 
     /// The door's employees are 1001 and 1002 before.
@@ -480,6 +496,7 @@ private Q_SLOTS:
         QFETCH(QDate, back);
         const QString zone = u"TZ="_s + QTest::currentDataTag();
         QRandomGenerator random(17);
+        const QDate changes[] = {forward, back, back.addDays(-364)};
         QStringList punches;
         for (int hour = 1; hour < 4; ++hour) // 0.03 hours, three times 0.0083
             punches +=
@@ -489,7 +506,7 @@ private Q_SLOTS:
             for (int count = random.bounded(1, 8); count > 0; --count) {
                 const int seconds = random.bounded(4) > 0 ? random.bounded(-12, 24) * 600
                                                           : random.bounded(-100'000, 200'000);
-                const QDateTime day(random.bounded(2) > 0 ? forward : back, {}, Qt::UTC);
+                const QDateTime day(changes[random.bounded(3)], {}, Qt::UTC);
                 times += day.addSecs(seconds).toString("yyyy-MM-dd HH:mm:ss");
             }
             if (badge % 2 == 0)
@@ -507,6 +524,8 @@ private Q_SLOTS:
         m_office.run("INSERT INTO tavrel.employee SELECT i, 'x' || i FROM generate_series(1001, "
                      "1011) AS i");
         start("run", {zone});
+        m_database->run("DELETE FROM RawDataDetails WHERE _rowid_ % 9 = 0");
+        start("run --withdraw", {zone});
 
         for (const auto &[first, last] :
              {std::pair(forward, forward), {back, back}, {QDate(1, 1, 1), QDate(9999, 12, 31)}}) {
@@ -545,13 +564,18 @@ private Q_SLOTS:
             const QString output = Run::start(SITETOOL, {"check", m_database->file()}).output;
             QVERIFY2(output.contains(QRegularExpression(pattern)), qPrintable(output));
         };
+        const QString failed = "note: At [0-9: -]{19} the forwarding failed: Cannot reach the "
+                               "office .* ";
         store(FourPunches);
         expectFinding("note: The punches are to be forwarded, but");
+        expect("status", 75, "2026-03-23     3       0  waits\n", {"PGHOST=/nowhere"});
+        for (int pass = 0; pass < 2; ++pass)
+            start("run", {"PGHOST=/nowhere"});
+        expectFinding(failed + "The office never had all punches\\.\n");
         start("run");
         expectFinding("ok: At [0-9: -]{19} the office had all 4 punches\\.\n");
         start("run", {"PGHOST=/nowhere"});
-        expectFinding("note: At [0-9: -]{19} the forwarding failed: Cannot reach the office .* It "
-                      "had all punches at [0-9: -]{19}\\.\n");
+        expectFinding(failed + "It had all punches at [0-9: -]{19}\\.\n");
     }
 
     /// A server that stops in a transaction is left 10 s after the time limit of the statement.
@@ -577,8 +601,10 @@ private:
                      "UPDATE tavrel.door SET identity = '"_ba +
                      North + "' WHERE door = 'north'");
         m_silentPass = beginPass({"PGDATABASE=mute", "PGOPTIONS=-c statement_timeout=2500ms"});
-        const QByteArray server = "SELECT pid FROM pg_stat_activity WHERE usename = 'north'";
-        ::kill(m_office.run(server).toInt(), SIGSTOP);
+        const pid_t server =
+            m_office.run("SELECT pid FROM pg_stat_activity WHERE usename = 'north'").toInt();
+        QVERIFY(server > 0);
+        ::kill(server, SIGSTOP);
         unlock();
         m_silentFile = std::move(m_database);
     }
