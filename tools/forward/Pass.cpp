@@ -67,7 +67,7 @@ public:
     /// Prints what was done.
     void say() const
     {
-        Console::say(u"Sent %1 punches and withdrew %2. The office has all %3."_s.arg(m_added)
+        Console::say(u"Punches sent: %1, withdrawn: %2. The office has all %3."_s.arg(m_added)
                          .arg(m_withdrawn)
                          .arg(countOf(m_state.confirmed)));
     }
@@ -272,7 +272,7 @@ void Pass::takeEmployees()
             }
         }
     });
-    Console::say(u"Changed %1 employees after the list of the office."_s.arg(count));
+    Console::say(u"Employees changed after the list of the office: %1."_s.arg(count));
 }
 
 QString now()
@@ -325,10 +325,10 @@ int run(const CommandLine &line)
     const QString unsendable =
         state.unsendable == 0
             ? QString()
-            : u"%1 rows cannot be sent; %2 status lists them."_s.arg(state.unsendable)
+            : u"Rows that cannot be sent: %1. %2 status lists them."_s.arg(state.unsendable)
                   .arg(Console::program());
     const Console::Status status = unsendable.isEmpty() ? Console::Succeeded : Console::Failed;
-    state.save(status, u"At %1 the office had all %2 punches. %3"_s.arg(state.lastComplete)
+    state.save(status, u"At %1 the office had all punches: %2. %3"_s.arg(state.lastComplete)
                            .arg(countOf(state.confirmed))
                            .arg(unsendable)
                            .trimmed());

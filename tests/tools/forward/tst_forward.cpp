@@ -77,7 +77,7 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, values);
         store(values);
-        expect("run", 0, "withdrew 0. The office has all", {"PGDATESTYLE=German"});
+        expect("run", 0, "withdrawn: 0. The office has all", {"PGDATESTYLE=German"});
         QCOMPARE(atOffice(), atDoor());
         expect("status", 0, "The office has all punches.");
     }
@@ -94,7 +94,7 @@ private Q_SLOTS:
               "(char(65279) || 12, 1, '2026-03-23 08:00')");
         settle();
         for (int pass = 0; pass < 2; ++pass) {
-            expect("run", 1, "10 rows cannot be sent; tavrel-forward status lists them.");
+            expect("run", 1, "Rows that cannot be sent: 10. tavrel-forward status lists them.");
             QCOMPARE(atOffice(), "1|1|2026-03-23 08:00:00\n\uFEFF12|1|2026-03-23 08:00:00");
         }
         const Run run = start("status");
@@ -169,7 +169,7 @@ private Q_SLOTS:
         const QString state = QString::fromLatin1(TemporaryHome::read(file));
         TemporaryHome::write(
             file, QString(state).replace(QRegularExpression(found), replacement).toLatin1());
-        expect("run", 0, "Sent 0 punches and withdrew 0. The office has all 4.");
+        expect("run", 0, "Punches sent: 0, withdrawn: 0. The office has all 4.");
         QCOMPARE(m_office.run("SELECT count(*) FROM tavrel.punch"), "4");
         static const QRegularExpression times("[0-9-]{10} [0-9:]{8}");
         QCOMPARE(QString::fromLatin1(TemporaryHome::read(file)).remove(times),
@@ -186,9 +186,9 @@ private Q_SLOTS:
         settle();
         expect("status", 1, "2026-03-23     3       3  differs");
         for (const char *office : {"PGDATABASE=office", "PGDATABASE=older"})
-            expect("run", 0, "Sent 2 punches and withdrew 1. The office has all 5.", {office});
+            expect("run", 0, "Punches sent: 2, withdrawn: 1. The office has all 5.", {office});
         QCOMPARE(atOffice("\\c older\n"), atDoor());
-        expect("run", 0, "Sent 0 punches and withdrew 0. The office has all 5.");
+        expect("run", 0, "Punches sent: 0, withdrawn: 0. The office has all 5.");
     }
 
     void deletedAtOffice()
@@ -198,7 +198,7 @@ private Q_SLOTS:
         m_office.run("DELETE FROM tavrel.punch WHERE badge = '1002'");
         expect("status", 1, "2026-03-23     3       2  waits");
         QVERIFY(QDir(m_database->folder() + "/Tavrel").removeRecursively());
-        expect("run", 0, "Sent 1 punches and withdrew 0. The office has all 4.");
+        expect("run", 0, "Punches sent: 1, withdrawn: 0. The office has all 4.");
         expect("status", 0, "The office has all punches.");
     }
 
@@ -209,7 +209,7 @@ private Q_SLOTS:
         expect("run", 1, "Another pass of this door is running.");
         const auto ofAnotherUser = beginPass({"XDG_STATE_HOME=" + m_database->folder() + "/other"});
         unlock();
-        expectEnd(*first, 0, "Sent 4 punches");
+        expectEnd(*first, 0, "Punches sent: 4");
         expectEnd(*ofAnotherUser, 0, "The office has all 4.");
         QCOMPARE(m_office.run("SELECT count(*) FROM tavrel.punch"), "4");
     }
@@ -224,7 +224,7 @@ private Q_SLOTS:
         row("cut", "SELECT pg_terminate_backend" + pass, "", 75, "Cannot reach the office (");
         row("cancelled", "SELECT pg_cancel_backend" + pass, "", 1, "refuses: canceling statement");
         row("corrected", "", "UPDATE RawDataDetails SET PersonalID = '9' WHERE _rowid_ = 3", 0,
-            "Sent 4 punches");
+            "Punches sent: 4");
     }
     void interrupted()
     {
@@ -256,7 +256,7 @@ private Q_SLOTS:
         start("run");
         m_database->run("UPDATE RawDataDetails SET PersonalID = '1009' WHERE _rowid_ = 4");
         settle(now);
-        expect("run", 0, "Sent 1 punches and withdrew 1. The office has all 4.");
+        expect("run", 0, "Punches sent: 1, withdrawn: 1. The office has all 4.");
     }
 
     void writeAheadLog()
@@ -271,7 +271,7 @@ private Q_SLOTS:
             settle();
             start("run");
             store("('1001', 1, '2026-03-23 09:00:00')");
-            expect("run", 0, u"Sent 1 punches and withdrew 0. The office has all %1."_s.arg(count));
+            expect("run", 0, u"Punches sent: 1, withdrawn: 0. The office has all %1."_s.arg(count));
         }
     }
 
@@ -295,14 +295,14 @@ private Q_SLOTS:
         m_database->run(days);
         start("run");
         remove(limit);
-        expect("run", 0, u"Sent 0 punches and withdrew %1."_s.arg(limit));
+        expect("run", 0, u"Punches sent: 0, withdrawn: %1."_s.arg(limit));
         remove(limit + 1);
         const QString refused = u"%1      0\ntavrel-forward: This would withdraw %2 punches at the "
                                 "office. Nothing is withdrawn."_s;
         expect("run", 1, refused.arg(limit + 1, 11).arg(limit + 1));
         expect("status", 1, "differs");
         QCOMPARE(m_office.run("SELECT count(withdrawn) FROM tavrel.punch").toInt(), limit);
-        expect("run --withdraw", 0, u"Sent 0 punches and withdrew %1."_s.arg(limit + 1));
+        expect("run --withdraw", 0, u"Punches sent: 0, withdrawn: %1."_s.arg(limit + 1));
     }
 
     /// A wrong file withdraws nothing, even if the door is bound to it by mistake.
@@ -448,12 +448,12 @@ private Q_SLOTS:
         const QByteArray equal = "INSERT INTO tavrel.employee VALUES ('1002', 'Bert Sample'), "
                                  "('1001', 'Anna Example')";
         const QString before = "1001|Anna Example\n1002|Bert Sample";
-        row("other", other, "", 0, "Changed 3 employees after the list of the office.",
+        row("other", other, "", 0, "Employees changed after the list of the office: 3.",
             "00123|Zoë\n1001|Anna Neu",
             "employee removed|1002 Bert Sample||list of the office\n"
             "employee added||00123 Zoë|list of the office\n"
             "employee renamed|1001 Anna Example|1001 Anna Neu|list of the office");
-        row("equal", equal, "", 0, "Sent 4 punches", before, "");
+        row("equal", equal, "", 0, "Punches sent: 4", before, "");
         row("none", "", "", 0, "The office has no employees; those of the database stay.", before,
             "");
         row("one cannot be stored", other,
@@ -573,7 +573,7 @@ private Q_SLOTS:
             start("run", {"PGHOST=/nowhere"});
         expectFinding(failed + "The office never had all punches\\.\n");
         start("run");
-        expectFinding("ok: At [0-9: -]{19} the office had all 4 punches\\.\n");
+        expectFinding("ok: At [0-9: -]{19} the office had all punches: 4\\.\n");
         start("run", {"PGHOST=/nowhere"});
         expectFinding(failed + "It had all punches at [0-9: -]{19}\\.\n");
     }
