@@ -63,8 +63,10 @@ int printDoor(const CommandLine &line)
     if (!Form.match(name).hasMatch())
         throw Console::Mistake{u"\"%1\" is not a name of a door; expected up to 63 small letters a "
                                "to z, digits and underscores, for example north."_s.arg(name)};
+    // One door cannot take up all connections of the office. A pass needs one; those of passes that
+    // were cut off stay for a while.
     std::cout << qPrintable(u"BEGIN;\n"
-                            "CREATE ROLE \"%1\" LOGIN IN ROLE tavrel_door;\n"
+                            "CREATE ROLE \"%1\" LOGIN CONNECTION LIMIT 10 IN ROLE tavrel_door;\n"
                             "INSERT INTO tavrel.door (door) VALUES ('%1');\n"
                             "COMMIT;\n"_s.arg(name));
     return Console::Succeeded;
