@@ -103,9 +103,6 @@ void DoorFile::read(const std::function<void(const PunchRow &)> &visit, const Da
         isDone = true;
         for (int count = 1; rows.step(); ++count) {
             const qint64 row = rows.number(0);
-            if (row < next) // the table has a column of this name; reading would never end
-                throw NotDone{u"The table RawDataDetails has a column _rowid_, which hides the "
-                              "row numbers. Rename that column."_s};
             if (!days || (!rows.isBytes(3) && days->contains(dayOf(rows.text(3)))))
                 visit(punchOf(rows));
             if (row == last)
@@ -144,20 +141,28 @@ DoorFile::Version DoorFile::version()
     Version version{m_database.value(u"PRAGMA data_version"_s).toByteArray(), {}};
     if (Forwarding::identity(m_database.connection()) != m_identity)
         throw NotDone{u"Another database has replaced this one during the pass."_s};
+    // Anything else would look like a table without rows.
+    const QVariant hasRows = m_database.value(
+        u"SELECT 1 FROM pragma_table_list WHERE schema = 'main' AND type = 'table' AND NOT wr "
+        "AND name = 'RawDataDetails' COLLATE NOCASE AND NOT EXISTS (SELECT 1 FROM "
+        "pragma_table_info('RawDataDetails') WHERE name = '_rowid_' COLLATE NOCASE)"_s);
+    if (!hasRows.isValid())
+        throw NotDone{u"RawDataDetails is not a table with row numbers named _rowid_."_s};
     constexpr std::time_t Settling = 1; // file systems count time in milliseconds
     bool isSettled = true;
     for (const char *suffix : {"", "-wal"}) {
         struct stat file {
         };
         const QByteArray path = trustedPath(QFile::encodeName(m_file)) + suffix;
-        if (::lstat(path.constData(), &file) == 0)
-            version.lasting += QStringLiteral(" %1 %2 %3 %4.%5")
-                                   .arg(file.st_dev)
-                                   .arg(file.st_ino)
-                                   .arg(file.st_size)
-                                   .arg(file.st_mtim.tv_sec)
-                                   .arg(file.st_mtim.tv_nsec)
-                                   .toLatin1();
+        if (::lstat(path.constData(), &file) != 0 || file.st_size == 0)
+            continue; // opening the database may make an empty log
+        version.lasting += QStringLiteral(" %1 %2 %3 %4.%5")
+                               .arg(file.st_dev)
+                               .arg(file.st_ino)
+                               .arg(file.st_size)
+                               .arg(file.st_mtim.tv_sec)
+                               .arg(file.st_mtim.tv_nsec)
+                               .toLatin1();
         isSettled = isSettled && file.st_mtim.tv_sec + Settling < std::time(nullptr);
     }
     version.present += version.lasting;

@@ -116,20 +116,21 @@ void Pass::run(bool mayWithdraw)
     constexpr int MostRounds = 3;
     m_mayWithdraw = mayWithdraw;
     greet();
-    if (!m_state.version.isEmpty() && m_file.version().lasting == m_state.version)
-        return;
-    m_state.version.clear();
-    for (int round = 0; round < MostRounds; ++round) {
+    bool isComplete = !m_state.version.isEmpty() && m_file.version().lasting == m_state.version;
+    for (int round = 0; round < MostRounds && !isComplete; ++round) {
+        m_state.version.clear();
         const std::optional<DoorFile::Scan> scan = m_file.scan();
         if (!scan)
             continue;
         m_state.unsendable = scan->unsendable;
-        if (send(scan->days)) {
+        isComplete = send(scan->days);
+        if (isComplete)
             m_state.version = scan->version;
-            return;
-        }
     }
-    throw NotDone{u"The database changes more often than it can be read; the next pass goes on."_s};
+    if (!isComplete)
+        throw NotDone{
+            u"The database changes more often than it can be read; the next pass goes on."_s};
+    m_office.query("SELECT tavrel.complete($1)", {m_file.identity().toLatin1()});
 }
 
 /// Sends the days that the office does not have like this. Returns false if some of them were
@@ -248,7 +249,8 @@ void Pass::takeEmployees()
     TimeDatabase &database = m_file.database();
     const auto present = [&] {
         QMap<QString, QString> names;
-        Statement rows = database.statement(u"SELECT PersonalID, Name FROM Employee"_s);
+        Statement rows = database.statement(u"SELECT PersonalID, Name FROM Employee "
+                                            "WHERE typeof(PersonalID) NOT IN ('blob', 'null')"_s);
         while (rows.step())
             names[rows.value(0).toVariant().toString()] = rows.value(1).toVariant().toString();
         return names;

@@ -51,7 +51,9 @@ bool listDifferences(const Days &here, const Days &office)
         differs = true;
         table.add({QString::fromLatin1(entry.first), QString::number(door.count),
                    QString::number(sent.count),
-                   door.count > sent.count ? u"waits"_s : u"differs"_s});
+                   door.digest == sent.digest ? u"changed at the office"_s
+                   : door.count > sent.count  ? u"waits"_s
+                                              : u"differs"_s});
     }
     if (differs)
         table.print(TextTable::Aligned);

@@ -18,11 +18,11 @@ CREATE TABLE IF NOT EXISTS tavrel.door (
     identity uuid UNIQUE, -- of the door's database
     zone text, -- of the door's local times
     late interval NOT NULL DEFAULT '15 minutes', -- after which it counts as silent
-    last_pass timestamptz
+    last_pass timestamptz -- when the office last had all punches of the door
 );
 
--- No row is ever deleted. `type` is 1 for Clock In and 0 for Clock Out. `id` follows the order of the rows in
--- the door's database, as far as they came in one pass. `withdrawn` is when the door no longer had the punch.
+-- No row is ever deleted. `type` is 1 for Clock In and 0 for Clock Out. `place` is that among the rows of the
+-- day in the door's database. `withdrawn` is when the door no longer had the punch.
 CREATE TABLE IF NOT EXISTS tavrel.punch (
     id bigint GENERATED ALWAYS AS IDENTITY PRIMARY KEY,
     door text COLLATE "C" NOT NULL REFERENCES tavrel.door,
@@ -31,6 +31,7 @@ CREATE TABLE IF NOT EXISTS tavrel.punch (
     -- A door could make the calculations of the views fail with a time at the end of PostgreSQL's range.
     local_time timestamp NOT NULL CHECK (local_time >= '0001-01-01' AND local_time < '10000-01-01'),
     zone text NOT NULL,
+    place bigint NOT NULL,
     received timestamptz NOT NULL DEFAULT now(),
     withdrawn timestamptz
 );
@@ -52,13 +53,13 @@ CREATE TABLE IF NOT EXISTS tavrel.employee (
     name text NOT NULL CHECK (name <> '' AND name = btrim(name))
 );
 
--- The door that has logged in, which must be bound to this database. Locks the door for other passes.
+-- The door that has logged in, which must be bound to this database.
 CREATE OR REPLACE FUNCTION tavrel.own_door(database uuid) RETURNS tavrel.door
 LANGUAGE plpgsql SET search_path = pg_catalog, pg_temp AS $$
 DECLARE
     own tavrel.door;
 BEGIN
-    SELECT * INTO own FROM tavrel.door WHERE door.door = session_user FOR UPDATE;
+    SELECT * INTO own FROM tavrel.door WHERE door.door = session_user;
     IF NOT FOUND THEN
         RAISE 'The office has no door "%".', session_user
             USING HINT = 'The office''s owner makes it: tavrel-forward door NAME | psql.';
@@ -92,16 +93,26 @@ END $$;
 CREATE OR REPLACE FUNCTION tavrel.greet(database uuid, time_zone text) RETURNS text
 LANGUAGE plpgsql SECURITY DEFINER SET search_path = pg_catalog, pg_temp
 SET timezone_abbreviations FROM CURRENT AS $$
-BEGIN
-    PERFORM tavrel.own_door(database), now() AT TIME ZONE time_zone; -- fails if there is no such zone
+DECLARE
+    own tavrel.door := tavrel.own_door(database);
     -- AT TIME ZONE takes these names for abbreviations, without summer time.
-    UPDATE tavrel.door SET last_pass = now(), zone = CASE time_zone WHEN 'CET' THEN 'Europe/Brussels'
-        WHEN 'MET' THEN 'Europe/Brussels' WHEN 'EET' THEN 'Europe/Athens' WHEN 'WET' THEN 'Europe/Lisbon'
-        ELSE time_zone END WHERE door.door = session_user;
+    new_zone text := CASE time_zone WHEN 'CET' THEN 'Europe/Brussels' WHEN 'MET' THEN 'Europe/Brussels'
+        WHEN 'EET' THEN 'Europe/Athens' WHEN 'WET' THEN 'Europe/Lisbon' ELSE time_zone END;
+BEGIN
+    PERFORM now() AT TIME ZONE new_zone; -- fails if there is no such zone
+    UPDATE tavrel.door SET zone = new_zone WHERE door.door = own.door AND zone IS DISTINCT FROM new_zone;
     RETURN (
         SELECT encode(sha256(convert_to(coalesce(
             string_agg(format(E'%s %s %s\n', to_char(day, 'YYYY-MM-DD'), count, digest), '' ORDER BY day), ''), 'UTF8')), 'hex')
         FROM tavrel.day WHERE day.door = session_user);
+END $$;
+
+-- Ends a pass after which the office has all punches of the door.
+CREATE OR REPLACE FUNCTION tavrel.complete(database uuid) RETURNS void
+LANGUAGE plpgsql SECURITY DEFINER SET search_path = pg_catalog, pg_temp AS $$
+BEGIN
+    PERFORM tavrel.own_door(database);
+    UPDATE tavrel.door SET last_pass = now() WHERE door.door = session_user;
 END $$;
 
 -- The days that the door has sent, with the number of its punches that are here now.
@@ -129,21 +140,24 @@ RETURNS TABLE (day text, added bigint, withdrawn bigint)
 LANGUAGE plpgsql SECURITY DEFINER SET search_path = pg_catalog, pg_temp SET jit = off AS $$
 #variable_conflict use_column
 DECLARE
-    own tavrel.door := tavrel.own_door(database);
+    own tavrel.door;
 BEGIN
+    PERFORM FROM tavrel.door WHERE door = session_user FOR UPDATE; -- other passes wait
+    own := tavrel.own_door(database);
     RETURN QUERY
         WITH sent_day AS MATERIALIZED (
             SELECT (item->>0)::date AS day, (item->>1)::bigint AS count, item->>2 AS digest
             FROM jsonb_array_elements(sent_days) AS item),
         -- Equal punches are told apart by a number, as a door may have several.
         sent AS (
-            SELECT *, row_number() OVER (PARTITION BY local_time, type, badge ORDER BY place) AS copy
+            SELECT *, row_number() OVER (PARTITION BY local_time::date ORDER BY number) AS place,
+                row_number() OVER (PARTITION BY local_time, type, badge ORDER BY number) AS copy
             FROM (
                 SELECT (item->>0)::timestamp AS local_time, (item->>1)::smallint AS type,
-                    item->>2 AS badge, place
-                FROM jsonb_array_elements(sent_punches) WITH ORDINALITY AS list (item, place)) AS item),
+                    item->>2 AS badge, number
+                FROM jsonb_array_elements(sent_punches) WITH ORDINALITY AS list (item, number)) AS item),
         here AS (
-            SELECT id, local_time, type, badge,
+            SELECT id, local_time, type, badge, place AS old_place,
                 row_number() OVER (PARTITION BY local_time, type, badge ORDER BY id) AS copy
             FROM sent_day CROSS JOIN LATERAL (
                 SELECT * FROM tavrel.punch WHERE door = own.door AND withdrawn IS NULL
@@ -151,19 +165,22 @@ BEGIN
                 OFFSET 0) AS kept), -- so that each day is looked up, whatever the statistics say
         difference AS MATERIALIZED (
             SELECT * FROM sent FULL JOIN here USING (local_time, type, badge, copy)
-            WHERE place IS NULL OR id IS NULL),
+            WHERE place IS DISTINCT FROM old_place),
         adding AS (
-            INSERT INTO tavrel.punch (door, badge, type, local_time, zone)
-            SELECT own.door, badge, type, local_time, own.zone FROM difference WHERE id IS NULL
-            ORDER BY place),
-        withdrawing AS (
-            UPDATE tavrel.punch SET withdrawn = now() FROM difference WHERE punch.id = difference.id),
+            INSERT INTO tavrel.punch (door, badge, type, local_time, zone, place)
+            SELECT own.door, badge, type, local_time, own.zone, place FROM difference WHERE id IS NULL
+            ORDER BY number),
+        changing AS (
+            UPDATE tavrel.punch SET place = coalesce(difference.place, old_place),
+                withdrawn = CASE WHEN difference.place IS NULL THEN now() END
+            FROM difference WHERE punch.id = difference.id),
         confirming AS (
             INSERT INTO tavrel.day (door, day, count, digest)
             SELECT own.door, day, count, digest FROM sent_day
             ON CONFLICT (door, day) DO UPDATE SET count = excluded.count, digest = excluded.digest)
-        SELECT to_char(local_time, 'YYYY-MM-DD'), count(place), count(id) FROM difference
-        GROUP BY 1 ORDER BY 1;
+        SELECT to_char(local_time, 'YYYY-MM-DD'), count(*) FILTER (WHERE id IS NULL),
+            count(*) FILTER (WHERE place IS NULL)
+        FROM difference GROUP BY 1 ORDER BY 1;
 
     IF (SELECT coalesce(sum((item->>1)::bigint), 0) FROM jsonb_array_elements(sent_days) AS item)
             <> jsonb_array_length(sent_punches)
@@ -182,8 +199,8 @@ END $$;
 -- twice when the clocks go back are in the order of the door's rows: where the time goes back, the second
 -- pass of that hour begins.
 CREATE OR REPLACE FUNCTION tavrel.moments(of_badge text, first date, last date)
-RETURNS TABLE (id bigint, door text, type smallint, local_time timestamp, moment timestamptz,
-    is_repeated boolean)
+RETURNS TABLE (place bigint, id bigint, door text, type smallint, local_time timestamp,
+    moment timestamptz, is_repeated boolean)
 LANGUAGE sql STABLE SET search_path = pg_catalog, pg_temp AS $$
     WITH possible AS (
         -- No zone is a day away from UTC, and none changes twice within two days.
@@ -200,15 +217,15 @@ LANGUAGE sql STABLE SET search_path = pg_catalog, pg_temp AS $$
             local_time < lag(local_time) OVER day AS goes_back
         FROM judged
         WINDOW day AS (PARTITION BY door, local_time::date, can_be_early AND can_be_late AND early <> late
-            ORDER BY id))
-    SELECT id, door, type, local_time,
+            ORDER BY place))
+    SELECT place, id, door, type, local_time,
         CASE WHEN is_repeated THEN
                 CASE WHEN bool_or(goes_back) OVER day THEN late ELSE early END
             WHEN can_be_late AND NOT can_be_early THEN late
             ELSE early END,
         is_repeated
     FROM followed
-    WINDOW day AS (PARTITION BY door, local_time::date, is_repeated ORDER BY id)
+    WINDOW day AS (PARTITION BY door, local_time::date, is_repeated ORDER BY place)
 $$;
 
 CREATE OR REPLACE VIEW tavrel.named_punch AS
@@ -225,7 +242,7 @@ CREATE OR REPLACE VIEW tavrel.present AS
         SELECT badge, max(local_time)::date AS last_day FROM tavrel.punch
         WHERE withdrawn IS NULL AND badge <> '' GROUP BY badge) AS one
     CROSS JOIN LATERAL (
-        SELECT * FROM tavrel.moments(badge, last_day - 1, last_day) ORDER BY moment DESC, id DESC LIMIT 1) AS latest
+        SELECT * FROM tavrel.moments(badge, last_day - 1, last_day) ORDER BY moment DESC, place DESC, id DESC LIMIT 1) AS latest
     LEFT JOIN tavrel.employee USING (badge)
     WHERE type = 1 OR moment > now()
     ORDER BY coalesce(name, 'Unknown') COLLATE "C", badge COLLATE "C";
@@ -254,7 +271,7 @@ LANGUAGE sql STABLE SET search_path = pg_catalog, pg_temp AS $$
         SELECT badge, found.*, lag(type) OVER badges AS type_before, lead(type) OVER badges AS type_after,
             lead(moment) OVER badges AS moment_after, lead(is_repeated) OVER badges AS is_repeated_after
         FROM bounds CROSS JOIN LATERAL tavrel.moments(badge, low, high) AS found
-        WINDOW badges AS (PARTITION BY badge ORDER BY moment, id)),
+        WINDOW badges AS (PARTITION BY badge ORDER BY moment, place, id)),
     judged AS (
         SELECT *, badge <> '' AND type = 1 AND type_after IS NOT DISTINCT FROM 0 AS begins,
             badge <> '' AND type = 0 AND type_before IS NOT DISTINCT FROM 1 AS ends,
@@ -279,6 +296,6 @@ $$;
 
 REVOKE ALL ON ALL FUNCTIONS IN SCHEMA tavrel FROM PUBLIC;
 GRANT USAGE ON SCHEMA tavrel TO tavrel_door;
-GRANT EXECUTE ON FUNCTION tavrel.adopt, tavrel.greet, tavrel.days, tavrel.take TO tavrel_door;
+GRANT EXECUTE ON FUNCTION tavrel.adopt, tavrel.greet, tavrel.days, tavrel.take, tavrel.complete TO tavrel_door;
 GRANT SELECT ON tavrel.employee TO tavrel_door;
 COMMIT;

@@ -63,7 +63,8 @@ Report lastReport(const QString &identity)
         if (!QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly))
             continue;
         const QString line = QString::fromUtf8(file.readLine(LongestLine)).trimmed();
-        return {line.section(u' ', 0, 0).toInt(), line.section(u' ', 1)};
+        return {line.section(u' ', 0, 0).toInt(), line.section(u' ', 1),
+                QFileInfo(file).lastModified()};
     }
     return {};
 }

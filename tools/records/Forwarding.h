@@ -2,6 +2,7 @@
 
 #include "tools/records/TimeDatabase.h"
 
+#include <QDateTime>
 #include <QString>
 
 namespace Tavrel
@@ -33,6 +34,7 @@ QString stateFile(const QString &identity);
 struct Report {
     int status = 0;   ///< the exit status of the pass
     QString sentence; ///< empty if no pass has left a state
+    QDateTime when;   ///< when it was written
 };
 
 /// The report on the last pass of this user or, if there is none, of the service.

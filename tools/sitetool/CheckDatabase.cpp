@@ -381,6 +381,8 @@ void DatabaseCheck::showForwarding()
     if (report.sentence.isEmpty())
         say(Findings::Notable,
             u"The punches are to be forwarded, but this user can read no report of a pass."_s);
+    else if (report.when < QDateTime::currentDateTime().addSecs(-3600))
+        say(Findings::Notable, report.sentence + u" No pass has ended within the last hour."_s);
     else
         say(report.status == 0 ? Findings::Good : Findings::Notable, report.sentence);
 }

@@ -196,7 +196,7 @@ private Q_SLOTS:
         store(FourPunches);
         start("run");
         m_office.run("DELETE FROM tavrel.punch WHERE badge = '1002'");
-        expect("status", 1, "2026-03-23     3       2  waits");
+        expect("status", 1, "2026-03-23     3       2  changed at the office");
         QVERIFY(QDir(m_database->folder() + "/Tavrel").removeRecursively());
         expect("run", 0, "Punches sent: 1, withdrawn: 0. The office has all 4.");
         expect("status", 0, "The office has all punches.");
@@ -299,7 +299,9 @@ private Q_SLOTS:
         remove(limit + 1);
         const QString refused = u"%1      0\ntavrel-forward: This would withdraw %2 punches at the "
                                 "office. Nothing is withdrawn."_s;
+        m_office.run("UPDATE tavrel.door SET last_pass = NULL");
         expect("run", 1, refused.arg(limit + 1, 11).arg(limit + 1));
+        QCOMPARE(m_office.run("SELECT last_pass FROM tavrel.door WHERE door = 'north'"), "");
         expect("status", 1, "differs");
         QCOMPARE(m_office.run("SELECT count(withdrawn) FROM tavrel.punch").toInt(), limit);
         expect("run --withdraw", 0, u"Punches sent: 0, withdrawn: %1."_s.arg(limit + 1));
@@ -316,6 +318,27 @@ private Q_SLOTS:
         expect("adopt", 0, "/Orvanta.mdb, and no longer to another database.");
         expect("adopt", 0, "/Orvanta.mdb.");
         expect("run", 1, "This would withdraw 11 punches at the office. Nothing is withdrawn.");
+        QCOMPARE(m_office.run("SELECT count(withdrawn) FROM tavrel.punch"), "0");
+    }
+
+    /// What would look like a table without rows withdraws nothing.
+    void hiddenRows_data()
+    {
+        Table<QByteArray> row("sql");
+        const QByteArray rename = "ALTER TABLE RawDataDetails RENAME TO Other; ";
+        row("view", rename + "CREATE VIEW RawDataDetails AS SELECT * FROM Other");
+        row("column _rowid_", "ALTER TABLE RawDataDetails ADD COLUMN _ROWID_");
+        row("no row numbers", rename + "CREATE TABLE RawDataDetails (PersonalID PRIMARY KEY, "
+                                       "EventStatus, DateTime) WITHOUT ROWID");
+        row("no table", rename);
+    }
+    void hiddenRows()
+    {
+        QFETCH(QByteArray, sql);
+        store(FourPunches);
+        start("run");
+        m_database->run(sql);
+        expect("run", 1, "RawDataDetails is not a table with row numbers");
         QCOMPARE(m_office.run("SELECT count(withdrawn) FROM tavrel.punch"), "0");
     }
 
@@ -416,8 +439,8 @@ private Q_SLOTS:
         QFETCH(QByteArray, statements);
         QFETCH(QByteArray, state);
         statements.replace(":north", "'"_ba + North + "'").replace(":south", "'"_ba + South + "'");
-        m_office.run("INSERT INTO tavrel.punch (door, badge, type, local_time, zone) VALUES "
-                     "('north', 'n', 1, '2026-03-23 08:00', 'UTC')");
+        m_office.run("INSERT INTO tavrel.punch (door, badge, type, local_time, zone, place) "
+                     "VALUES ('north', 'n', 1, '2026-03-23 08:00', 'UTC', 1)");
         const QString echo = ";\n\\echo SQLSTATE :SQLSTATE\n";
         const QStringList all = QString::fromLatin1(statements).split("; ");
         const QString script = "\\set ON_ERROR_STOP off\n" + all.join(echo) + echo;
@@ -454,6 +477,8 @@ private Q_SLOTS:
             "employee added||00123 Zoë|list of the office\n"
             "employee renamed|1001 Anna Example|1001 Anna Neu|list of the office");
         row("equal", equal, "", 0, "Punches sent: 4", before, "");
+        row("equal but for bytes", equal, "INSERT INTO Employee VALUES (x'37', 'Seven')", 0,
+            "Punches sent: 4", before + "\n7|Seven", "");
         row("none", "", "", 0, "The office has no employees; those of the database stay.", before,
             "");
         row("one cannot be stored", other,
@@ -524,7 +549,8 @@ private Q_SLOTS:
         m_office.run("INSERT INTO tavrel.employee SELECT i, 'x' || i FROM generate_series(1001, "
                      "1011) AS i");
         start("run", {zone});
-        m_database->run("DELETE FROM RawDataDetails WHERE _rowid_ % 9 = 0");
+        m_database->run("DELETE FROM RawDataDetails WHERE _rowid_ % 9 = 0; UPDATE RawDataDetails "
+                        "SET DateTime = datetime(DateTime, '10 minutes') WHERE _rowid_ % 7 = 0");
         start("run --withdraw", {zone});
 
         for (const auto &[first, last] :
