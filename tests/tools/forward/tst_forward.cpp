@@ -218,23 +218,26 @@ private Q_SLOTS:
     /// pass ends. After the next one all is there.
     void interrupted_data()
     {
-        Table<QByteArray, QByteArray, int, QString> row("atOffice", "atDoor", "status", "said");
+        Table<QString, QByteArray, QByteArray, int, QString> row("setting", "atOffice", "atDoor",
+                                                                 "status", "said");
         const QByteArray pass = "(pid) FROM pg_stat_activity WHERE usename = 'north' AND datname = "
                                 "'office'";
-        row("cut", "SELECT pg_terminate_backend" + pass, "", 75, "Cannot reach the office (");
-        row("cancelled", "SELECT pg_cancel_backend" + pass, "", 1, "refuses: canceling statement");
-        row("corrected", "", "UPDATE RawDataDetails SET PersonalID = '9' WHERE _rowid_ = 3", 0,
+        row("cut", "", "SELECT pg_terminate_backend" + pass, "", 75, "Cannot reach the office (");
+        row("cancelled", "", "SELECT pg_cancel_backend" + pass, "", 1, "refuses: canceling");
+        row("time limit", "PGOPTIONS=-c statement_timeout=1s", "", "", 1, "refuses: canceling");
+        row("corrected", "", "", "UPDATE RawDataDetails SET PersonalID = '9' WHERE _rowid_ = 3", 0,
             "Punches sent: 4");
     }
     void interrupted()
     {
+        QFETCH(QString, setting);
         QFETCH(QByteArray, atOffice);
         QFETCH(QByteArray, atDoor);
         QFETCH(int, status);
         QFETCH(QString, said);
         store(FourPunches);
         settle();
-        const auto pass = beginPass();
+        const auto pass = beginPass({setting});
         m_database->run(atDoor);
         settle(QDateTime::currentDateTime().addSecs(-1800));
         m_office.run(atOffice);
@@ -528,8 +531,8 @@ private Q_SLOTS:
                 u"('1', 1, '2025-06-01 0%1:00'), ('1', 0, '2025-06-01 0%1:00:30')"_s.arg(hour);
         for (int badge = 950; badge < 1050; ++badge) {
             QStringList times;
-            for (int count = random.bounded(1, 8); count > 0; --count) {
-                const int seconds = random.bounded(4) > 0 ? random.bounded(-12, 24) * 600
+            for (int count = random.bounded(1, 12); count > 0; --count) {
+                const int seconds = random.bounded(4) > 0 ? random.bounded(-6, 24) * 600
                                                           : random.bounded(-100'000, 200'000);
                 const QDateTime day(changes[random.bounded(3)], {}, Qt::UTC);
                 times += day.addSecs(seconds).toString("yyyy-MM-dd HH:mm:ss");
@@ -712,8 +715,9 @@ private:
     }
 
     /// Begins a pass, and waits until it waits in its transaction for unlock().
-    std::unique_ptr<QProcess> beginPass(const QStringList &settings = {})
+    std::unique_ptr<QProcess> beginPass(QStringList settings = {})
     {
+        settings.removeAll(QString());
         if (!m_lock) {
             m_lock = std::make_unique<QProcess>();
             m_lock->start(
@@ -746,7 +750,7 @@ private:
 
     static void expectEnd(QProcess &pass, int status, const QString &text)
     {
-        QVERIFY(pass.state() == QProcess::NotRunning || pass.waitForFinished());
+        QVERIFY(pass.state() == QProcess::NotRunning || pass.waitForFinished(20'000));
         const QString all = QString::fromUtf8(pass.readAll());
         QVERIFY2(pass.exitCode() == status && all.contains(text), qPrintable(all));
     }
