@@ -6,7 +6,7 @@ import re
 import shutil
 import subprocess
 import time
-from collections import Counter
+from collections import Counter, defaultdict
 from contextlib import contextmanager, suppress
 from datetime import datetime, timedelta
 from pathlib import Path
@@ -41,8 +41,8 @@ class Door:
 
     def punches(self):
         with self.place.connect(self.file) as database:
-            return Counter((badge, str(type), time) for badge, type, time in database.execute(
-                'SELECT PersonalID, EventStatus, DateTime FROM RawDataDetails'))
+            return Counter(database.execute(
+                'SELECT PersonalID, CAST(EventStatus AS TEXT), DateTime FROM RawDataDetails'))
 
     def lose(self, before):
         """Notes which punches the changed file has no more. Its date is that of the door's clock."""
@@ -151,9 +151,11 @@ class Office:
             'SELECT id, withdrawn IS NULL, door, badge, type, local_time FROM tavrel.punch')]
         before, self.seen = self.seen, {row[0]: row[2:] for row in rows}
         assert before.items() <= self.seen.items(), 'rows of the office were deleted or changed'
+        found = defaultdict(Counter)
+        for _, is_here, name, *punch in rows:
+            found[name, is_here][tuple(punch)] += 1
         for door in self.doors:
-            door.compare(*(Counter(tuple(punch) for _, is_here, name, *punch in rows
-                                   if (name, is_here) == (door.name, wanted)) for wanted in 'tf'))
+            door.compare(found[door.name, 't'], found[door.name, 'f'])
 
     def save(self):
         self.dump, self.seen_then = self.call('pg_dump'), self.seen
