@@ -602,7 +602,11 @@ private Q_SLOTS:
             start("run", {"PGHOST=/nowhere"});
         expectFinding(failed + "The office never had all punches\\.\n");
         start("run");
-        expectFinding("ok: At [0-9: -]{19} the office had all punches: 4\\.\n");
+        const QString good = "At [0-9: -]{19} the office had all punches: 4\\.";
+        expectFinding("ok: " + good + '\n');
+        const QString state = m_database->folder() + "/Tavrel/" + North + ".forward";
+        Run::start("touch", {"-d", "61 minutes ago", state});
+        expectFinding("note: " + good + " No pass has ended within the last hour\\.\n");
         start("run", {"PGHOST=/nowhere"});
         expectFinding(failed + "It had all punches at [0-9: -]{19}\\.\n");
     }
