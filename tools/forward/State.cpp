@@ -15,8 +15,9 @@ namespace Tavrel
 
 using namespace Qt::StringLiterals;
 
-// The lines of the file: the report on the last pass; when the office last had all, the number of
-// rows that cannot be sent, and the version of the file; then the days.
+// The lines of the file: the report on the last pass; the days; when the office last had all, the
+// number of rows that cannot be sent, and the version of the file. So this, which spares reading
+// the file, is lost with any of the days.
 
 State::State(const QString &identity)
     : m_path(Forwarding::stateFolder() + u'/' + Forwarding::stateFile(identity))
@@ -29,13 +30,17 @@ void State::read()
     if (!file.open(QIODevice::ReadOnly))
         return;
     file.readLine();
-    const QByteArrayList head = file.readLine().replace('\n', "").split('\t');
-    lastComplete = QString::fromLatin1(head.value(0));
-    unsendable = head.value(1).toLongLong();
-    version = head.value(2);
     while (!file.atEnd()) {
-        const QByteArrayList cells = file.readLine().trimmed().split(' ');
-        confirmed[cells[0]] = {cells.value(1).toLongLong(), cells.value(2).toULongLong()};
+        const QByteArray line = file.readLine().replace('\n', "");
+        const QByteArrayList cells = line.split('\t');
+        const QByteArrayList day = line.split(' ');
+        if (cells.size() == 1) {
+            confirmed[day[0]] = {day.value(1).toLongLong(), day.value(2).toULongLong()};
+            continue;
+        }
+        lastComplete = QString::fromLatin1(cells[0]);
+        unsendable = cells[1].toLongLong();
+        version = cells.value(2);
     }
 }
 
@@ -57,8 +62,8 @@ void State::save(int status, const QString &sentence) const
     const bool isSaved =
         file.open(QIODevice::WriteOnly) &&
         file.write(QByteArray::number(status) + ' ' + sentence.simplified().toUtf8() + '\n' +
-                   lastComplete.toLatin1() + '\t' + QByteArray::number(unsendable) + '\t' +
-                   version + '\n' + linesOf(confirmed)) > 0 &&
+                   linesOf(confirmed) + lastComplete.toLatin1() + '\t' +
+                   QByteArray::number(unsendable) + '\t' + version + '\n') > 0 &&
         file.commit();
     if (!isSaved)
         throw NotDone{u"Cannot write \"%1\": %2."_s.arg(m_path, file.errorString())};
