@@ -423,7 +423,8 @@ private Q_SLOTS:
         row("types of the same names",
             "CREATE FUNCTION pg_temp.spy() RETURNS boolean LANGUAGE sql RETURN 1 / (random() * "
             "0)::int = 0; CREATE DOMAIN pg_temp.date AS pg_catalog.date CHECK (pg_temp.spy()); "
-            "SET search_path = pg_temp; SELECT tavrel.take(:south, '[[\"2026-03-23\", 1, \"0\"]]', "
+            "SET search_path = pg_temp, pg_catalog; SELECT tavrel.take(:south, '[[\"2026-03-23\", "
+            "1, \"0\"]]', "
             "'[[\"2026-03-23 08:00\", 1, \"1\"]]'); SELECT tavrel.days(:south)",
             "00000");
         row("punches of other days",
@@ -510,31 +511,34 @@ private Q_SLOTS:
     /// changes of the clocks, and of some of today.
     void hours_data()
     {
-        Table<QDate, QDate> row("forward", "back");
-        row("EST5EDT,M3.2.0,M11.1.0", QDate(2025, 3, 9), QDate(2025, 11, 2));
-        row("America/New_York", QDate(2025, 3, 9), QDate(2025, 11, 2));
-        row("Europe/Berlin", QDate(2025, 3, 30), QDate(2025, 10, 26));
-        row("Europe/Dublin", QDate(2025, 3, 30), QDate(2025, 10, 26));
-        row("Asia/Beirut", QDate(2025, 3, 30), QDate(2025, 10, 26));       // at midnight
-        row("Australia/Lord_Howe", QDate(2025, 10, 5), QDate(2025, 4, 6)); // by half an hour
+        Table<QDate, QDate, int> row("forward", "back", "repeatedHour");
+        row("EST5EDT,M3.2.0,M11.1.0", QDate(2025, 3, 9), QDate(2025, 11, 2), 1);
+        row("America/New_York", QDate(2025, 3, 9), QDate(2025, 11, 2), 1);
+        row("Europe/Berlin", QDate(2025, 3, 30), QDate(2025, 10, 26), 2);
+        row("Europe/Dublin", QDate(2025, 3, 30), QDate(2025, 10, 26), 1);
+        row("Asia/Beirut", QDate(2025, 3, 30), QDate(2025, 10, 26), -1);      // at midnight
+        row("Australia/Lord_Howe", QDate(2025, 10, 5), QDate(2025, 4, 6), 1); // by half an hour
     }
     void hours()
     {
         QFETCH(QDate, forward);
         QFETCH(QDate, back);
+        QFETCH(int, repeatedHour);
         const QString zone = u"TZ="_s + QTest::currentDataTag();
         QRandomGenerator random(17);
-        const QDate changes[] = {forward, back, back.addDays(-364)};
+        const QDate before = back.addDays(-364);
+        const QDate days[] = {forward, back, before};
         QStringList punches;
         for (int hour = 1; hour < 4; ++hour) // 0.03 hours, three times 0.0083
             punches +=
-                u"('1', 1, '2025-06-01 0%1:00'), ('1', 0, '2025-06-01 0%1:00:30')"_s.arg(hour);
-        for (int badge = 950; badge < 1050; ++badge) {
+                u"('1', 1, '2025-06-01 0%1:00:00'), ('1', 0, '2025-06-01 0%1:00:30')"_s.arg(hour);
+        for (int badge = 900; badge < 1200; ++badge) {
             QStringList times;
             for (int count = random.bounded(1, 12); count > 0; --count) {
-                const int seconds = random.bounded(4) > 0 ? random.bounded(-6, 24) * 600
-                                                          : random.bounded(-100'000, 200'000);
-                const QDateTime day(changes[random.bounded(3)], {}, Qt::UTC);
+                const int seconds = random.bounded(8) > 0
+                                        ? repeatedHour * 3600 + random.bounded(-4, 9) * 600
+                                        : random.bounded(-100'000, 200'000);
+                const QDateTime day(days[random.bounded(3)], {}, Qt::UTC);
                 times += day.addSecs(seconds).toString("yyyy-MM-dd HH:mm:ss");
             }
             if (badge % 2 == 0)
@@ -552,12 +556,14 @@ private Q_SLOTS:
         m_office.run("INSERT INTO tavrel.employee SELECT i, 'x' || i FROM generate_series(1001, "
                      "1011) AS i");
         start("run", {zone});
-        m_database->run("DELETE FROM RawDataDetails WHERE _rowid_ % 9 = 0; UPDATE RawDataDetails "
+        m_database->run("DELETE FROM RawDataDetails WHERE _rowid_ % 3 = 0; UPDATE RawDataDetails "
                         "SET DateTime = datetime(DateTime, '10 minutes') WHERE _rowid_ % 7 = 0");
         start("run --withdraw", {zone});
 
-        for (const auto &[first, last] :
-             {std::pair(forward, forward), {back, back}, {QDate(1, 1, 1), QDate(9999, 12, 31)}}) {
+        for (const auto &[first, last] : {std::pair(forward, forward),
+                                          {back, back},
+                                          {before, before},
+                                          {QDate(1, 1, 1), QDate(9999, 12, 31)}}) {
             const QString from = first.toString(Qt::ISODate);
             const QString to = last.toString(Qt::ISODate);
             const QString hours = u"SELECT badge, name, hours, longest, unpaired, remark "
