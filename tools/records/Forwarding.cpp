@@ -57,16 +57,18 @@ QString stateFile(const QString &identity)
 
 Report lastReport(const QString &identity)
 {
+    Report last;
     for (const QString &folder : {stateFolder(), QString(ServiceFolder)}) {
         QFile file(folder + u'/' + stateFile(identity));
         constexpr qint64 LongestLine = 10000;
-        if (!QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly))
+        const QFileInfo found(file);
+        if (!found.isFile() || (last.when.isValid() && found.lastModified() < last.when) ||
+            !file.open(QIODevice::ReadOnly))
             continue;
         const QString line = QString::fromUtf8(file.readLine(LongestLine)).trimmed();
-        return {line.section(u' ', 0, 0).toInt(), line.section(u' ', 1),
-                QFileInfo(file).lastModified()};
+        last = {line.section(u' ', 0, 0).toInt(), line.section(u' ', 1), found.lastModified()};
     }
-    return {};
+    return last;
 }
 
 } // namespace Forwarding

@@ -37,7 +37,7 @@ struct Report {
     QDateTime when;   ///< when it was written
 };
 
-/// The report on the last pass of this user or, if there is none, of the service.
+/// The report on the last pass, of this user or of the service.
 Report lastReport(const QString &identity);
 
 } // namespace Forwarding
