@@ -513,7 +513,6 @@ private Q_SLOTS:
     {
         Table<QDate, QDate, int> row("forward", "back", "repeatedHour");
         row("EST5EDT,M3.2.0,M11.1.0", QDate(2025, 3, 9), QDate(2025, 11, 2), 1);
-        row("America/New_York", QDate(2025, 3, 9), QDate(2025, 11, 2), 1);
         row("Europe/Berlin", QDate(2025, 3, 30), QDate(2025, 10, 26), 2);
         row("Europe/Dublin", QDate(2025, 3, 30), QDate(2025, 10, 26), 1);
         row("Asia/Beirut", QDate(2025, 3, 30), QDate(2025, 10, 26), -1);      // at midnight
@@ -559,6 +558,7 @@ private Q_SLOTS:
         m_database->run("DELETE FROM RawDataDetails WHERE _rowid_ % 3 = 0; UPDATE RawDataDetails "
                         "SET DateTime = datetime(DateTime, '10 minutes') WHERE _rowid_ % 7 = 0");
         start("run --withdraw", {zone});
+        m_office.run("VACUUM ANALYZE tavrel.punch"); // the statistics of other tests slow this down
 
         for (const auto &[first, last] : {std::pair(forward, forward),
                                           {back, back},
