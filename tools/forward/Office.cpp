@@ -151,4 +151,13 @@ void Office::failAsNotReached() const
                   NotReached};
 }
 
+Days daysAt(Office &office, const QString &identity)
+{
+    Days days;
+    for (const QByteArrayList &cells :
+         office.query("SELECT * FROM tavrel.days($1)", {identity.toLatin1()}))
+        days[cells[0]] = {cells[1].toLongLong(), cells[2].toULongLong()};
+    return days;
+}
+
 } // namespace Tavrel

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tools/forward/DoorFile.h"
+
 #include <QByteArrayList>
 #include <QString>
 
@@ -41,5 +43,8 @@ private:
     std::unique_ptr<pg_conn, Finish> m_connection;
     std::chrono::milliseconds m_patience{40'000}; ///< for an answer
 };
+
+/// The days of the door that is bound to the database `identity`, as they are at the office now.
+Days daysAt(Office &office, const QString &identity);
 
 } // namespace Tavrel

@@ -106,9 +106,7 @@ void Pass::greet()
     if (own == digest)
         return;
     m_state.version.clear();
-    m_state.confirmed.clear();
-    for (const QByteArrayList &cells : m_office.query("SELECT * FROM tavrel.days($1)", {identity}))
-        m_state.confirmed[cells[0]] = {cells[1].toLongLong(), cells[2].toULongLong()};
+    m_state.confirmed = daysAt(m_office, m_file.identity());
 }
 
 void Pass::run(bool mayWithdraw)

@@ -77,9 +77,7 @@ int showStatus(const CommandLine &line)
     Days confirmed;
     try {
         Office office;
-        for (const QByteArrayList &cells :
-             office.query("SELECT * FROM tavrel.days($1)", {file.identity().toLatin1()}))
-            confirmed[cells[0]] = {cells[1].toLongLong(), cells[2].toULongLong()};
+        confirmed = daysAt(office, file.identity());
     } catch (const NotDone &notDone) {
         State state(file.identity());
         state.read();

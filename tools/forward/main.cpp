@@ -31,9 +31,9 @@ Commands:
                          psql
   adopt [FILE]           bind the database to the door that one logs in as
   run [FILE] [--withdraw] [--employees]
-                         send what is new, once: each punch that the office
-                         does not have, and which punches are no longer in the
-                         database, so that the office marks them as withdrawn
+                         send each punch that the office lacks, and have it
+                         mark those that were removed or changed here as
+                         withdrawn
   status [FILE]          report on the last pass, list the days on which the
                          office has other punches, and the rows that cannot be
                          sent

@@ -11,8 +11,8 @@ BEGIN
     END IF;
 END $$;
 
--- A door is the login role of the same name.
--- Its collation is that of session_user, with which any other one would make the indexes useless.
+-- A door is the login role of the same name. The name has the collation of session_user, because with any other
+-- one a comparison of the two could not use the indexes.
 CREATE TABLE IF NOT EXISTS tavrel.door (
     door text COLLATE "C" PRIMARY KEY,
     identity uuid UNIQUE, -- of the door's database
@@ -39,7 +39,7 @@ CREATE INDEX IF NOT EXISTS punch_of_door ON tavrel.punch (door, local_time) WHER
 CREATE INDEX IF NOT EXISTS punch_of_badge ON tavrel.punch (badge, local_time) WHERE withdrawn IS NULL;
 
 -- The days that a door has sent: how many punches, and the door's own digest of them.
--- Each pass reads all days of its door, which are in as many pages of the table, so the index has all columns.
+-- Each pass reads all days of its door. They are scattered over the table, so the index holds all columns.
 CREATE TABLE IF NOT EXISTS tavrel.day (
     door text COLLATE "C" REFERENCES tavrel.door,
     day date,
@@ -85,7 +85,7 @@ BEGIN
     RETURN before.identity <> database;
 EXCEPTION WHEN unique_violation THEN
     RAISE 'This database is that of another door.'
-        USING HINT = 'If that door is no longer in use, the office''s owner sets its identity in tavrel.door to NULL.';
+        USING HINT = 'If that door is no longer used, ask the office''s owner to set its identity in tavrel.door to NULL.';
 END $$;
 
 -- Begins a pass. Returns a digest of the days that the door has sent. The abbreviations of zones are those of
@@ -99,7 +99,7 @@ DECLARE
     new_zone text := CASE time_zone WHEN 'CET' THEN 'Europe/Brussels' WHEN 'MET' THEN 'Europe/Brussels'
         WHEN 'EET' THEN 'Europe/Athens' WHEN 'WET' THEN 'Europe/Lisbon' ELSE time_zone END;
 BEGIN
-    PERFORM now() AT TIME ZONE new_zone; -- fails if there is no such zone
+    PERFORM now() AT TIME ZONE new_zone; -- rejects an unknown zone
     UPDATE tavrel.door SET zone = new_zone WHERE door.door = own.door AND zone IS DISTINCT FROM new_zone;
     RETURN (
         SELECT encode(sha256(convert_to(coalesce(
